@@ -1,0 +1,23 @@
+#include "Value/ValueKey.h"
+
+namespace QUOR {
+
+CValue_Key::CValue_Key(const char* text) : m_kind(text == nullptr ? EnKind::None : EnKind::Text) {
+    if (text != nullptr) {
+        m_text = text;
+    }
+}
+
+std::string CValue_Key::ToString() const {
+    switch (m_kind) {
+    case EnKind::Index:
+        return std::to_string(m_index);
+    case EnKind::Text:
+        return "'" + m_text + "'";
+    case EnKind::None:
+        break;
+    }
+    return "(no key)";
+}
+
+} // namespace QUOR

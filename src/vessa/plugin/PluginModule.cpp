@@ -1,0 +1,133 @@
+#include "plugin/PluginModule.h"
+
+#include "Value/ValueMap.h"
+#include "Value/ValueVector.h"
+#include "base/Exception.h"
+
+#include <algorithm>
+#include <dlfcn.h>
+#include <string_view>
+#include <utility>
+
+namespace QUOR {
+
+namespace {
+
+[[noreturn]] void Raise(const std::string& file, const std::string& message) {
+    throw CException("CPluginModule", (file + ": " + message).c_str(), nullptr);
+}
+
+std::string LoaderMessage() {
+    const char* message = ::dlerror();
+    return message == nullptr ? "no reason known" : message;
+}
+
+struct StCloseLibrary {
+    void operator()(void* handle) const { ::dlclose(handle); }
+};
+
+using LibraryHandle = std::unique_ptr<void, StCloseLibrary>;
+
+/// The path as the loader takes it: it would look for a plain name in the system's folders.
+std::string LoaderPath(const std::string& file) { return file.find('/') == std::string::npos ? "./" + file : file; }
+
+LibraryHandle Load(const std::string& file) {
+    LibraryHandle handle(::dlopen(LoaderPath(file).c_str(), RTLD_NOW | RTLD_LOCAL));
+    if (!handle) {
+        Raise(file, "the plug-in library can't be loaded: " + LoaderMessage());
+    }
+    return handle;
+}
+
+template <class Function> Function* Export(const std::string& file, const LibraryHandle& library, const char* name) {
+    void* address = ::dlsym(library.get(), name);
+    if (address == nullptr) {
+        Raise(file, std::string("the library is no plug-in library: it doesn't export ") + name);
+    }
+    return reinterpret_cast<Function*>(address);
+}
+
+} // namespace
+
+struct CPluginModule::StLibrary {
+    explicit StLibrary(const std::string& path)
+        : file(path), handle(Load(file)),
+          create(Export<IPluginObject*(const char*)>(file, handle, "CreatePluginInstanceEx")),
+          list(Export<CValueVector*()>(file, handle, "ListPlugins")),
+          timestamp(Export<std::int64_t()>(file, handle, "get_loading_timestamp")), names(ReadNames()) {}
+
+    std::vector<std::string> ReadNames() const {
+        const std::unique_ptr<const CValueVector> values(list());
+        if (!values) {
+            Raise(file, "the library gives no list of its plug-ins");
+        }
+        std::vector<std::string> texts;
+        for (int index = 0; index < static_cast<int>(values->Size()); ++index) {
+            if (!values->HasEntry(index, EnValType::String)) {
+                Raise(file, "entry " + std::to_string(index) + " of the library's list of plug-ins is no text");
+            }
+            texts.push_back(values->Entry(index, true)->String().Text());
+        }
+        return texts;
+    }
+
+    /// An object's code is the library's, down to its destructor, so that there is no moment after which the library
+    /// could be unloaded safely.
+    void StayLoaded() const {
+        if (void* again = ::dlopen(LoaderPath(file).c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD | RTLD_NODELETE)) {
+            ::dlclose(again);
+        }
+    }
+
+    std::string file;
+    LibraryHandle handle;
+    IPluginObject* (*create)(const char* name);
+    CValueVector* (*list)();
+    std::int64_t (*timestamp)();
+    std::vector<std::string> names;
+};
+
+CPluginModule::CPluginModule(const std::string& file) : m_library(std::make_unique<StLibrary>(file)) {}
+
+CPluginModule::CPluginModule(CPluginModule&&) noexcept = default;
+
+CPluginModule& CPluginModule::operator=(CPluginModule&&) noexcept = default;
+
+CPluginModule::~CPluginModule() = default;
+
+const std::vector<std::string>& CPluginModule::Names() const { return m_library->names; }
+
+std::unique_ptr<IPluginObject> CPluginModule::Create(const std::string& name) const {
+    m_library->StayLoaded();
+    return std::unique_ptr<IPluginObject>(m_library->create(name.c_str()));
+}
+
+std::int64_t CPluginModule::LoadingTimestamp() const { return m_library->timestamp(); }
+
+const std::string& CPluginModule::File() const { return m_library->file; }
+
+IPluginObject* GetPluginObject(const char* module, const char* path, const CValueMap* parameters) {
+    const std::string_view text(path == nullptr ? "" : path);
+    const std::size_t sharp = module == nullptr ? text.rfind('#') : std::string_view::npos;
+    const std::string file(module == nullptr ? text.substr(0, sharp) : std::string_view(module));
+    std::string name(module != nullptr ? text : sharp == std::string_view::npos ? "" : text.substr(sharp + 1));
+    try {
+        const CPluginModule library(file);
+        const bool named = module != nullptr ? !name.empty() : sharp != std::string_view::npos;
+        if (!named) {
+            if (library.Names().empty()) {
+                return nullptr;
+            }
+            name = library.Names().front();
+        }
+        std::unique_ptr<IPluginObject> object = library.Create(name);
+        if (object && parameters != nullptr) {
+            object->Init(parameters);
+        }
+        return object.release();
+    } catch (const CException&) {
+        return nullptr;
+    }
+}
+
+} // namespace QUOR
