@@ -3,6 +3,10 @@
 #include "PDeleteDuplicate.h"
 #include "PDeserialize.h"
 #include "PFlip.h"
+#include "PLabelToColor.h"
+#include "PLabelToFeature.h"
+#include "PLabelToSize.h"
+#include "PLabelToValue.h"
 #include "PPlaneToVolume.h"
 #include "PSerialize.h"
 #include "PVolumeToPlane.h"
@@ -43,7 +47,7 @@ constexpr std::array<StNode, 31> kNodes{{
     {"PlaneToVolume", &Create<CPPlaneToVolume>},
     {"SelectRays", nullptr},
     {"SwitchAxes", nullptr},
-    {"LabelToValue", nullptr},
+    {"LabelToValue", &Create<CPLabelToValue>},
     {"Append", nullptr},
     {"Rotate", nullptr},
     {"Resize", nullptr},
@@ -52,9 +56,9 @@ constexpr std::array<StNode, 31> kNodes{{
     {"ComposeImage", nullptr},
     {"CartesianToPolar", nullptr},
     {"PolarToCartesian", nullptr},
-    {"LabelToColor", nullptr},
-    {"LabelToSize", nullptr},
-    {"LabelToFeature", nullptr},
+    {"LabelToColor", &Create<CPLabelToColor>},
+    {"LabelToSize", &Create<CPLabelToSize>},
+    {"LabelToFeature", &Create<CPLabelToFeature>},
     {"Reorient", nullptr},
     {"Pad", nullptr},
     {"Serialize", &Create<CPSerialize>},

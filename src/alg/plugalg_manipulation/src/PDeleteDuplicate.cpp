@@ -188,21 +188,19 @@ template <class T> Counts CountLines(const StLines<T>& lines) {
 }
 
 /// The columns of a plane as lines, in tiles that stay in the cache.
-template <class T> std::vector<T> Transposed(const T* in, std::int64_t width, std::int64_t height) {
+template <class T> void Transpose(const T* in, T* out, std::int64_t width, std::int64_t height) {
     constexpr std::int64_t tile = 32;
-    std::vector<T> out(static_cast<std::size_t>(width * height));
     for (std::int64_t top = 0; top < height; top += tile) {
         const std::int64_t bottom = std::min(top + tile, height);
         for (std::int64_t left = 0; left < width; left += tile) {
             const std::int64_t right = std::min(left + tile, width);
             for (std::int64_t x = left; x < right; ++x) {
                 for (std::int64_t y = top; y < bottom; ++y) {
-                    out[static_cast<std::size_t>(y + height * x)] = in[x + width * y];
+                    out[y + height * x] = in[x + width * y];
                 }
             }
         }
     }
-    return out;
 }
 
 template <class T> Counts CountImageLines(const CImage& input, bool columns) {
@@ -211,8 +209,10 @@ template <class T> Counts CountImageLines(const CImage& input, bool columns) {
     if (!columns) {
         return CountLines(StLines<T>{in, width, height});
     }
-    const std::vector<T> transposed = Transposed(in, width, height);
-    return CountLines(StLines<T>{transposed.data(), height, width});
+    CBuffer scratch(static_cast<std::size_t>(width * height) * sizeof(T));
+    T* transposed = static_cast<T*>(scratch.Data());
+    Transpose(in, transposed, width, height);
+    return CountLines(StLines<T>{transposed, height, width});
 }
 
 /// The indices of the lines that stay, ascending.
