@@ -3,6 +3,7 @@
 #
 #     scripts/demo.sh build
 set -eu
+export LC_ALL=C # numbers and bytes are read the same everywhere
 
 build=$1
 output=$build/demo
