@@ -47,6 +47,7 @@ public:
     /// Borrows the object of `other`, or for `EnTfOwnership::Copy` into an owning pointer, owns a copy of it.
     /// A borrowing pointer cannot own, so that it borrows in either mode.
     CValuePointer& Copy(const CValue& other, EnTfOwnership ownership, bool withMeta) override;
+    /// An owner among `other` keeps its object, which this pointer borrows then.
     CValuePointer& Move(CValue& other) override;
     const std::type_info& Type() const override { return typeid(CValuePointer); }
     const std::type_info& ElementType() const override { return typeid(T); }
@@ -126,19 +127,24 @@ template <class T> CValue* CValuePointer<T>::Clone(EnTfOwnership ownership) cons
 template <class T>
 CValuePointer<T>& CValuePointer<T>::Copy(const CValue& other, EnTfOwnership ownership, bool withMeta) {
     const CValuePointer& source = SameClass(other);
-    if (withMeta) {
-        this->CopyMeta(other, ownership);
-    }
     m_object = source.m_object;
     m_count = source.m_count;
+    if (withMeta) {
+        this->CopyMeta(other, ownership); // at last, since `other` may lie in the side information
+    }
     return *this;
 }
 
 template <class T> CValuePointer<T>& CValuePointer<T>::Move(CValue& other) {
-    const CValuePointer& source = SameClass(other);
-    m_object = source.m_object;
-    m_count = source.m_count;
-    this->MoveMeta(other);
+    auto& source = const_cast<CValuePointer&>(SameClass(other)); // not const where it came from
+    if (&source != this) {
+        m_object = source.m_object;
+        m_count = source.m_count;
+        if (source.IsLink()) {
+            source.m_object = nullptr;
+        }
+        this->MoveMeta(other);
+    }
     return *this;
 }
 
@@ -170,10 +176,11 @@ CValueOwnedPointer<T>& CValueOwnedPointer<T>::Copy(const CValue& other, EnTfOwne
     }
     // An owner cannot borrow, so that the object is copied whatever the mode.
     std::unique_ptr<T> copy(CValuePointer<T>::CopyOf(static_cast<const T*>(source.Void()), source.Count()));
+    const std::size_t count = source.Count(); // `other` may lie in the side information that is replaced
     if (withMeta) {
         this->CopyMeta(other, ownership);
     }
-    Replace(copy.release(), source.Count());
+    Replace(copy.release(), count);
     return *this;
 }
 
@@ -185,8 +192,10 @@ template <class T> CValueOwnedPointer<T>& CValueOwnedPointer<T>::Move(CValue& ot
     if (source == nullptr) {
         CValuePointerBase::RaiseNotCopyable(typeid(T));
     }
-    Replace(std::exchange(source->m_object, nullptr), source->m_count);
+    T* object = std::exchange(source->m_object, nullptr);
+    const std::size_t count = source->m_count;
     this->MoveMeta(other);
+    Replace(object, count); // at last, since `other` may lie in the object
     return *this;
 }
 

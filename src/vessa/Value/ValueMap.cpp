@@ -54,9 +54,9 @@ CValueMap& CValueMap::Copy(const CValue& other, EnTfOwnership ownership, bool wi
 CValueMap& CValueMap::Move(CValue& other) {
     RequireSameKind(other);
     if (&other != this) {
-        m_entries = std::move(other.Map()->m_entries);
-        other.Map()->m_entries.clear();
+        Entries taken = std::exchange(other.Map()->m_entries, Entries());
         MoveMeta(other);
+        m_entries = std::move(taken); // at last, since `other` may be an entry
     }
     return *this;
 }

@@ -12,10 +12,11 @@ CValueBool* CValueBool::Clone(EnTfOwnership ownership) const { return CloneOf(*t
 
 CValueBool& CValueBool::Copy(const CValue& other, EnTfOwnership ownership, bool withMeta) {
     RequireSameKind(other);
+    const auto data = other.Bool(); // `other` may lie in the side information that is replaced
     if (withMeta) {
         CopyMeta(other, ownership);
     }
-    m_value = other.Bool();
+    m_value = data;
     return *this;
 }
 
@@ -40,10 +41,11 @@ CValueLong* CValueLong::Clone(EnTfOwnership ownership) const { return CloneOf(*t
 
 CValueLong& CValueLong::Copy(const CValue& other, EnTfOwnership ownership, bool withMeta) {
     RequireSameKind(other);
+    const auto data = other.Long(); // `other` may lie in the side information that is replaced
     if (withMeta) {
         CopyMeta(other, ownership);
     }
-    m_value = other.Long();
+    m_value = data;
     return *this;
 }
 
@@ -68,10 +70,11 @@ CValueDouble* CValueDouble::Clone(EnTfOwnership ownership) const { return CloneO
 
 CValueDouble& CValueDouble::Copy(const CValue& other, EnTfOwnership ownership, bool withMeta) {
     RequireSameKind(other);
+    const auto data = other.Double(); // `other` may lie in the side information that is replaced
     if (withMeta) {
         CopyMeta(other, ownership);
     }
-    m_value = other.Double();
+    m_value = data;
     return *this;
 }
 

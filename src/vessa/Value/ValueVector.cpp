@@ -44,9 +44,10 @@ CValueVector& CValueVector::Copy(const CValue& other, EnTfOwnership ownership, b
 CValueVector& CValueVector::Move(CValue& other) {
     RequireSameKind(other);
     if (&other != this) {
-        m_slots = std::move(other.Vector()->m_slots);
-        other.Vector()->m_slots.clear();
+        std::vector<std::unique_ptr<CValue>> taken;
+        taken.swap(other.Vector()->m_slots);
         MoveMeta(other);
+        m_slots = std::move(taken); // at last, since `other` may be an entry
     }
     return *this;
 }

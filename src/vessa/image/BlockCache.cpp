@@ -39,10 +39,13 @@ std::size_t RoundedToPages(std::size_t bytes) {
     return (bytes + kHugePage - 1) / kHugePage * kHugePage;
 }
 
-void* NewLargeBlock(std::size_t bytes) {
-    void* block = ::operator new(bytes, std::align_val_t(kHugePage));
+/// Null for memory that cannot be had.
+void* NewLargeBlock(std::size_t bytes) noexcept {
+    void* block = ::operator new(bytes, std::align_val_t(kHugePage), std::nothrow);
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
-    ::madvise(block, bytes, MADV_HUGEPAGE); // only advice: without huge pages the block works as well
+    if (block != nullptr) {
+        ::madvise(block, bytes, MADV_HUGEPAGE); // only advice: without huge pages the block works as well
+    }
 #endif
     return block;
 }
@@ -158,12 +161,14 @@ void* AllocateBlock(std::size_t bytes) {
         Unpoison(kept, size);
         return kept;
     }
-    try {
-        return NewLargeBlock(size);
-    } catch (const std::bad_alloc&) {
-        ReleaseKeptBlocks();
-        return NewLargeBlock(size);
+    if (void* block = NewLargeBlock(size)) {
+        return block;
     }
+    ReleaseKeptBlocks();
+    if (void* block = NewLargeBlock(size)) {
+        return block;
+    }
+    throw std::bad_alloc();
 }
 
 void FreeBlock(void* block, std::size_t bytes) noexcept {

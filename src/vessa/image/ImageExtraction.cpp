@@ -20,6 +20,12 @@ bool IsInside(std::int64_t first, std::int64_t second, std::int64_t extent) {
     return first >= 0 && first <= second && second <= extent;
 }
 
+/// The distance of two coordinates in order. One beyond 63 bits, as an empty region may have it, wraps to a negative
+/// number, which is no destination's extent.
+std::int64_t Extent(std::int64_t first, std::int64_t second) {
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(second) - static_cast<std::uint64_t>(first));
+}
+
 /// The size of a region that can be served. One without elements leaves no image, wherever it lies.
 CSize RequireInside(const char* where, const CSize& source, const CPos& first, const CPos& second) {
     const bool ordered = first.x <= second.x && first.y <= second.y && first.z <= second.z;
@@ -32,7 +38,7 @@ CSize RequireInside(const char* where, const CSize& source, const CPos& first, c
                          .Arg(second.ToString())
                          .Arg(source.ToString()));
     }
-    return {second.x - first.x, second.y - first.y, second.z - first.z};
+    return {Extent(first.x, second.x), Extent(first.y, second.y), Extent(first.z, second.z)};
 }
 
 const CImage& AsImage(const char* where, const IImage& image) {

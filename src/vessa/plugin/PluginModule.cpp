@@ -98,8 +98,11 @@ CPluginModule::~CPluginModule() = default;
 const std::vector<std::string>& CPluginModule::Names() const { return m_library->names; }
 
 std::unique_ptr<IPluginObject> CPluginModule::Create(const std::string& name) const {
-    m_library->StayLoaded();
-    return std::unique_ptr<IPluginObject>(m_library->create(name.c_str()));
+    std::unique_ptr<IPluginObject> object(m_library->create(name.c_str()));
+    if (object) {
+        m_library->StayLoaded();
+    }
+    return object;
 }
 
 std::int64_t CPluginModule::LoadingTimestamp() const { return m_library->timestamp(); }

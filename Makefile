@@ -1,0 +1,66 @@
+# The usual jobs, each in one word. Everything is built by CMake with the presets of CMakePresets.json.
+
+SOURCES = $(shell find include src tests bench examples -name '*.h' -o -name '*.cpp' 2>/dev/null)
+
+.PHONY: help demo test asan tsan clang coverage check-format format tidy clean
+
+help:
+	@echo "make demo          build the programs and mirror a sample picture"
+	@echo "make test          build everything and run every test"
+	@echo "make asan          the tests under the address and undefined-behaviour sanitizers"
+	@echo "make tsan          the tests with several threads under the thread sanitizer"
+	@echo "make clang         the tests, compiled by Clang"
+	@echo "make coverage      the tests, then a report on the lines they reach"
+	@echo "make check-format  tell which files clang-format would change; make format changes them"
+	@echo "make tidy          clang-tidy over everything, or over FILES='regular expressions'"
+	@echo "make clean         remove what was built"
+
+demo:
+	@scripts/install_packages.sh build
+	@cmake --preset release -DVESSA_TESTS=OFF
+	@cmake --build --preset release --target vessa manipulation
+	@scripts/demo.sh build
+
+test:
+	@scripts/install_packages.sh build
+	@cmake --preset release -DVESSA_TESTS=ON
+	@cmake --build --preset release
+	@ctest --preset release
+
+asan tsan:
+	@scripts/install_packages.sh build
+	@cmake --preset $@
+	@cmake --build --preset $@
+	@ctest --preset $@
+
+clang:
+	@scripts/install_packages.sh build checks
+	@cmake --preset release-clang
+	@cmake --build --preset release-clang
+	@ctest --preset release-clang
+
+coverage:
+	@scripts/install_packages.sh build coverage
+	@cmake --preset coverage
+	@cmake --build --preset coverage
+	@find build-coverage -name '*.gcda' -delete
+	@ctest --preset coverage
+	@gcovr --root . --filter src/ --filter include/ --exclude-throw-branches --exclude-unreachable-branches \
+	  --html-details build-coverage/coverage.html --print-summary build-coverage
+	@echo "the report: build-coverage/coverage.html"
+
+check-format:
+	@scripts/install_packages.sh checks
+	@clang-format --dry-run -Werror $(SOURCES)
+
+format:
+	@scripts/install_packages.sh checks
+	@clang-format -i $(SOURCES)
+
+tidy:
+	@scripts/install_packages.sh build checks
+	@cmake --preset release-clang
+	@run-clang-tidy -quiet -p build-clang $(FILES)
+
+clean:
+	rm -rf build build-debug build-asan build-tsan build-coverage build-clang
