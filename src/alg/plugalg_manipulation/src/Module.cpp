@@ -1,5 +1,6 @@
 // The four functions that the module shows to a host.
 
+#include "PBorder.h"
 #include "PExtract.h"
 #include "PFlip.h"
 #include "Value/ValueScalar.h"
@@ -31,7 +32,7 @@ constexpr std::array<StNode, 31> kNodes{{
     {"Flip", &Create<CPFlip>},
     {"Emplace", nullptr},
     {"Extract", &Create<CPExtract>},
-    {"Border", nullptr},
+    {"Border", &Create<mani::CPBorder>},
     {"Shrink", nullptr},
     {"Translate", nullptr},
     {"Expand", nullptr},
