@@ -1,5 +1,6 @@
 // The four functions that the module shows to a host.
 
+#include "PAutocrop.h"
 #include "PBorder.h"
 #include "PExtract.h"
 #include "PFlip.h"
@@ -45,7 +46,7 @@ constexpr std::array<StNode, 31> kNodes{{
     {"Rotate", nullptr},
     {"Resize", nullptr},
     {"Resample", nullptr},
-    {"Autocrop", nullptr},
+    {"Autocrop", &Create<CPAutocrop>},
     {"ComposeImage", nullptr},
     {"CartesianToPolar", nullptr},
     {"PolarToCartesian", nullptr},
