@@ -4,6 +4,7 @@
 #include "PBorder.h"
 #include "PExtract.h"
 #include "PFlip.h"
+#include "PPad.h"
 #include "Value/ValueScalar.h"
 #include "Value/ValueVector.h"
 #include "plugin/Node.h"
@@ -54,7 +55,7 @@ constexpr std::array<StNode, 31> kNodes{{
     {"LabelToSize", nullptr},
     {"LabelToFeature", nullptr},
     {"Reorient", nullptr},
-    {"Pad", nullptr},
+    {"Pad", &Create<CPPad>},
     {"Serialize", nullptr},
     {"Deserialize", nullptr},
     {"Scale", nullptr},
