@@ -13,6 +13,7 @@
 #include "VectorVariants.h"
 
 #include <algorithm>
+#include <cstring>
 #include <optional>
 
 namespace QUOR {
@@ -53,22 +54,35 @@ Extract
 template <class T> constexpr T kForeground = T{0xFF};
 template <> constexpr std::uint32_t kForeground<std::uint32_t> = 0x7FFFFFFF;
 
-/// How many elements the scans test at once.
-template <class T> constexpr std::int64_t kBlock = 256 / sizeof(T);
+/// How many elements the scans test at once: blocks as long as there are whole ones left, then words.
+/// @{
+template <class T> constexpr std::int64_t kWord = sizeof(std::uint64_t) / sizeof(T);
+template <class T> constexpr std::int64_t kBlock = 32 * kWord<T>;
+/// @}
 
-template <class T> [[gnu::always_inline]] inline bool HasForeground(const T* block) {
-    T bits = 0;
-    for (std::int64_t index = 0; index < kBlock<T>; ++index) {
-        bits = static_cast<T>(bits | block[index]);
+/// Tests `count` elements, which are whole words.
+template <std::int64_t count, class T> [[gnu::always_inline]] inline bool IsBackground(const T* in) {
+    std::uint64_t foreground = 0;
+    for (std::size_t byte = 0; byte < sizeof foreground; byte += sizeof(T)) {
+        foreground |= std::uint64_t{kForeground<T>} << (8 * byte);
     }
-    return (bits & kForeground<T>) != 0;
+    std::uint64_t bits = 0;
+    for (std::int64_t first = 0; first < count; first += kWord<T>) {
+        std::uint64_t word;
+        std::memcpy(&word, in + first, sizeof word);
+        bits |= word;
+    }
+    return (bits & foreground) == 0;
 }
 
 /// The number of the first foreground element of a run; `count` without one.
 template <class T> MANI_VECTOR_VARIANTS std::int64_t FirstForeground(const T* in, std::int64_t count) {
     std::int64_t first = 0;
-    while (count - first >= kBlock<T> && !HasForeground(in + first)) {
+    while (count - first >= kBlock<T> && IsBackground<kBlock<T>>(in + first)) {
         first += kBlock<T>;
+    }
+    while (count - first >= kWord<T> && IsBackground<kWord<T>>(in + first)) {
+        first += kWord<T>;
     }
     while (first < count && (in[first] & kForeground<T>) == 0) {
         ++first;
@@ -79,8 +93,11 @@ template <class T> MANI_VECTOR_VARIANTS std::int64_t FirstForeground(const T* in
 /// The number past the last foreground element of a run; 0 without one.
 template <class T> MANI_VECTOR_VARIANTS std::int64_t EndOfForeground(const T* in, std::int64_t count) {
     std::int64_t end = count;
-    while (end >= kBlock<T> && !HasForeground(in + end - kBlock<T>)) {
+    while (end >= kBlock<T> && IsBackground<kBlock<T>>(in + end - kBlock<T>)) {
         end -= kBlock<T>;
+    }
+    while (end >= kWord<T> && IsBackground<kWord<T>>(in + end - kWord<T>)) {
+        end -= kWord<T>;
     }
     while (end > 0 && (in[end - 1] & kForeground<T>) == 0) {
         --end;
