@@ -297,6 +297,13 @@ TEST(Border, LeavesSizesBelowZeroToTheImage) {
     }
 }
 
+// The sizes differ, since the output of an image that counts as 2d has one slice.
+TEST(Border, LeavesSlicesCountedAs2dWithoutABorderToTheHost) {
+    CNodeUnderTest node("Border");
+    node.Input(0, ZeroImage(IMAGE_GREY_8, WithDim(CSize(3, 2, 2), 2)));
+    EXPECT_EQ(node.Failure(), (StFailure{"CBuffer::Copy", "can't copy a block of 12 bytes over 6"}));
+}
+
 TEST(Border, ServesImagesWithoutElements) {
     EXPECT_EQ(StBordered(ZeroImage(IMAGE_GREY_8, CSize(0, 3)), 0).Size(), CSize(0, 3));
     constexpr std::int64_t huge = std::int64_t{1} << 61;

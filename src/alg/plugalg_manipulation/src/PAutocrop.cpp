@@ -12,7 +12,6 @@
 #include "Value/ValueScalar.h"
 #include "VectorVariants.h"
 
-#include <algorithm>
 #include <cstring>
 #include <optional>
 
@@ -130,8 +129,8 @@ template <class T> std::optional<StBox> ForegroundBox(const T* in, const StExten
         top = FirstForeground(rows, width * top) / width;
         bottom += (EndOfForeground(rows + width * bottom, width * (height - bottom)) + width - 1) / width;
     }
-    std::int64_t left = std::min(first % width, last % width);
-    std::int64_t right = std::max(first % width, last % width) + 1;
+    std::int64_t left = first % width;
+    std::int64_t right = last % width + 1;
     for (std::int64_t z = front; z < back; ++z) {
         for (std::int64_t y = top; y < bottom && (left > 0 || right < width); ++y) {
             const T* row = in + width * (y + height * z);

@@ -85,12 +85,25 @@ template <class T> void EmbedImage(const CImage& input, CImage& output, std::int
                 extents, fill);
 }
 
-void PrintProgress(const CSize& size, const CSize& resultSize, const std::string& region, const StFill* fill,
-                   std::int64_t border) {
+/// Copies, cuts or frames the image.
+void WriteOutput(const CImage& input, CImage& output, const CBox& region, std::int64_t border, const StFill& fill) {
+    if (border == 0) {
+        output.Buffer().Copy(input.Buffer());
+    } else if (border < 0) {
+        ExtractRegion(input, output, region);
+    } else {
+        DispatchNumber<std::uint8_t, std::uint16_t, std::uint32_t, float>(
+            input.Type(), kWhere,
+            [&]<class T>(Element<T>) { EmbedImage<T>(input, output, border, ElementOf<T>(fill)); });
+    }
+}
+
+void PrintProgress(const CSize& size, const CSize& resultSize, const std::string& region, std::int64_t border,
+                   const StFill& fill) {
     std::cout << kWhere << ": Border " << size.dim << "d image, border=" << border << ", inputsize=" << size.ToString()
               << ", resultsize=" << resultSize.ToString() << ", ROI=" << region;
-    if (fill != nullptr) {
-        std::cout << ", embedded in padding value " << fill->text;
+    if (border > 0) {
+        std::cout << ", embedded in padding value " << fill.text;
     }
     std::cout << std::endl;
 }
@@ -124,11 +137,10 @@ void CPBorder::Run() {
     const bool flat = border > 0 ? size.z == 1 : size.dim == 2;
     const CSize resultSize = flat ? CSize(volume.x, volume.y) : volume;
     if (verbose) {
-        PrintProgress(size, resultSize, flat ? RegionText(PlaneOf(region)) : RegionText(region),
-                      border > 0 ? &fill : nullptr, border);
+        PrintProgress(size, resultSize, flat ? RegionText(PlaneOf(region)) : RegionText(region), border, fill);
     }
 
-    // The host may stop a node while it runs.
+    // The host may stop a node while it runs, so that the parameter is read anew each time.
     if (IsAborted()) {
         return;
     }
@@ -136,15 +148,7 @@ void CPBorder::Run() {
     if (IsAborted()) {
         return;
     }
-    if (border == 0) {
-        output->Buffer().Copy(input.Buffer());
-    } else if (border < 0) {
-        ExtractRegion(input, *output, region);
-    } else {
-        DispatchNumber<std::uint8_t, std::uint16_t, std::uint32_t, float>(
-            input.Type(), kWhere,
-            [&]<class T>(Element<T>) { EmbedImage<T>(input, *output, border, ElementOf<T>(fill)); });
-    }
+    WriteOutput(input, *output, region, border, fill);
     if (IsAborted()) {
         return;
     }
