@@ -66,19 +66,21 @@ void CopyRegion(CImage& destination, const CImage& source, const StRegion& regio
     const IImage::CType& type = source.Type();
     const std::size_t planes = type.interleaved ? 1 : type.channels;
     const std::size_t elementBytes = type.interleaved ? type.pixelBytes : type.channelBytes;
-    const std::size_t rowBytes = static_cast<std::size_t>(region.size.x) * elementBytes;
-    if (region.size.Volume() == 0 || rowBytes == 0) {
+    if (region.size.Volume() == 0 || elementBytes == 0) {
         return;
     }
     const auto* in = static_cast<const unsigned char*>(source.Buffer().Data());
     auto* out = static_cast<unsigned char*>(destination.Buffer().Data());
     const CSize& size = source.Size();
+    // Rows of the whole width follow one another without a gap: they are one run.
+    const std::int64_t rowsOfRun = region.size.x == size.x ? region.size.y : 1;
+    const std::size_t runBytes = static_cast<std::size_t>(region.size.x * rowsOfRun) * elementBytes;
     for (std::size_t plane = 0; plane < planes; ++plane) {
         for (std::int64_t z = region.first.z; z < region.first.z + region.size.z; ++z) {
-            for (std::int64_t y = region.first.y; y < region.first.y + region.size.y; ++y) {
+            for (std::int64_t y = region.first.y; y < region.first.y + region.size.y; y += rowsOfRun) {
                 const auto element = static_cast<std::size_t>(region.first.x + size.x * (y + size.y * z));
-                std::memcpy(out, in + (plane * size.Elements() + element) * elementBytes, rowBytes);
-                out += rowBytes;
+                std::memcpy(out, in + (plane * size.Elements() + element) * elementBytes, runBytes);
+                out += runBytes;
             }
         }
     }

@@ -26,17 +26,23 @@ template <class T> void CopyElements(const T* in, T* out, std::int64_t count) {
     }
 }
 
+/// The rows of a cuboid that two images have in common, or where rows or planes follow one another without a gap in
+/// both of them, the blocks that these make: as a cuboid with rows of that length.
+inline StExtents CommonRuns(const StExtents& cuboid, const StExtents& a, const StExtents& b) {
+    if (cuboid.width != a.width || cuboid.width != b.width) {
+        return cuboid;
+    }
+    if (cuboid.height != a.height || cuboid.height != b.height) {
+        return {cuboid.width * cuboid.height, 1, cuboid.depth};
+    }
+    return {cuboid.width * cuboid.height * cuboid.depth, 1, 1};
+}
+
 /// Copies a cuboid of elements from one image into another: `in` and `out` point to its first element in images of the
 /// given extents. Rows and planes that follow one another without a gap in both images are copied as one block.
 template <class T>
 void CopyCuboid(const T* in, const StExtents& inExtents, T* out, const StExtents& outExtents, const StExtents& cuboid) {
-    StExtents runs = cuboid; // rows, until they are found to hang together
-    if (runs.width == inExtents.width && runs.width == outExtents.width) {
-        runs = {runs.width * runs.height, 1, runs.depth};
-        if (cuboid.height == inExtents.height && cuboid.height == outExtents.height) {
-            runs = {runs.width * runs.depth, 1, 1};
-        }
-    }
+    const StExtents runs = CommonRuns(cuboid, inExtents, outExtents);
     if (runs.width <= 0) {
         return;
     }
@@ -58,13 +64,14 @@ void PlaceCuboid(const T* in, const StExtents& inExtents, T* out, const StExtent
         std::fill_n(out, end, fill);
         return;
     }
+    const StExtents runs = CommonRuns(cuboid, inExtents, outExtents);
     std::int64_t written = 0; // elements from the start of the output on
-    for (std::int64_t z = 0; z < cuboid.depth; ++z) {
-        for (std::int64_t y = 0; y < cuboid.height; ++y) {
-            const std::int64_t row = ElementNumber(outExtents, {at.x, at.y + y, at.z + z});
-            std::fill(out + written, out + row, fill);
-            CopyElements(in + inExtents.width * (y + inExtents.height * z), out + row, cuboid.width);
-            written = row + cuboid.width;
+    for (std::int64_t z = 0; z < runs.depth; ++z) {
+        for (std::int64_t y = 0; y < runs.height; ++y) {
+            const std::int64_t run = ElementNumber(outExtents, {at.x, at.y + y, at.z + z});
+            std::fill(out + written, out + run, fill);
+            CopyElements(in + inExtents.width * (y + inExtents.height * z), out + run, runs.width);
+            written = run + runs.width;
         }
     }
     std::fill(out + written, out + end, fill);

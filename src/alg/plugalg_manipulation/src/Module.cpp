@@ -1,12 +1,16 @@
 // The four functions that the module shows to a host.
 
+#include "PAutocrop.h"
+#include "PBorder.h"
 #include "PDeleteDuplicate.h"
 #include "PDeserialize.h"
+#include "PExtract.h"
 #include "PFlip.h"
 #include "PLabelToColor.h"
 #include "PLabelToFeature.h"
 #include "PLabelToSize.h"
 #include "PLabelToValue.h"
+#include "PPad.h"
 #include "PPlaneToVolume.h"
 #include "PSerialize.h"
 #include "PVolumeToPlane.h"
@@ -38,8 +42,8 @@ template <class Node> IPluginObject* Create() { return new Node; }
 constexpr std::array<StNode, 31> kNodes{{
     {"Flip", &Create<CPFlip>},
     {"Emplace", nullptr},
-    {"Extract", nullptr},
-    {"Border", nullptr},
+    {"Extract", &Create<CPExtract>},
+    {"Border", &Create<mani::CPBorder>},
     {"Shrink", nullptr},
     {"Translate", nullptr},
     {"Expand", nullptr},
@@ -52,7 +56,7 @@ constexpr std::array<StNode, 31> kNodes{{
     {"Rotate", nullptr},
     {"Resize", nullptr},
     {"Resample", nullptr},
-    {"Autocrop", nullptr},
+    {"Autocrop", &Create<CPAutocrop>},
     {"ComposeImage", nullptr},
     {"CartesianToPolar", nullptr},
     {"PolarToCartesian", nullptr},
@@ -60,7 +64,7 @@ constexpr std::array<StNode, 31> kNodes{{
     {"LabelToSize", &Create<CPLabelToSize>},
     {"LabelToFeature", &Create<CPLabelToFeature>},
     {"Reorient", nullptr},
-    {"Pad", nullptr},
+    {"Pad", &Create<CPPad>},
     {"Serialize", &Create<CPSerialize>},
     {"Deserialize", &Create<CPDeserialize>},
     {"Scale", nullptr},
