@@ -100,7 +100,7 @@ struct StWindow {
     StPlace at{};   ///< the place of that element in the base
 };
 
-/// One channel plane of the images; widths and places count in elements of `elementBytes`.
+/// One channel plane of the images.
 struct StPlane {
     const std::uint8_t* base = nullptr;
     const std::uint8_t* patch = nullptr;
@@ -170,7 +170,9 @@ ForegroundCopy ForegroundCopyFor(int elementBytes, int maskBytes) {
 /// Places the window's foreground row by row, in the window's order. The base is copied as far as it is needed, so that
 /// its row is still in the cache when the foreground comes over it.
 void PlaceForeground(const StPlane& plane, const StExtents& base, const StExtents& patch, const StWindow& window) {
-    const auto& [size, from, at] = window;
+    const StExtents& size = window.size;
+    const StPlace& from = window.from;
+    const StPlace& at = window.at;
     const ForegroundCopy copyForeground = ForegroundCopyFor(plane.elementBytes, plane.maskBytes);
     std::int64_t written = 0; // elements of the base, from the start on
     const auto copyBaseUpTo = [&](std::int64_t end) {
@@ -211,7 +213,9 @@ void KeepLast(std::int64_t extent, std::int64_t& size, std::int64_t& from, std::
 
 /// Places a window without a mask. Goes through the base row by row and writes every byte once.
 void PlaceWhole(const StPlane& plane, StExtents base, StExtents patch, StWindow window) {
-    auto& [size, from, at] = window;
+    StExtents& size = window.size;
+    StPlace& from = window.from;
+    StPlace& at = window.at;
     KeepLast(base.width, size.width, from.x, at.x);
     KeepLast(base.height, size.height, from.y, at.y);
     KeepLast(base.depth, size.depth, from.z, at.z);
@@ -230,8 +234,11 @@ void PlaceWhole(const StPlane& plane, StExtents base, StExtents patch, StWindow 
         const std::int64_t slice = Periodic(z - at.z, base.depth);
         for (std::int64_t y = 0; y < base.height; ++y) {
             const std::int64_t row = Periodic(y - at.y, base.height);
+            if (slice >= size.depth || row >= size.height) {
+                continue;
+            }
             const std::int64_t source = ElementNumber(patch, {from.x, from.y + row, from.z + slice});
-            if (slice < size.depth && row < size.height && source + size.width <= readable) {
+            if (source + size.width <= readable) {
                 const std::int64_t start = ElementNumber(base, {0, y, z});
                 place(start, source + size.width - overhang, overhang);
                 place(start + at.x, source, size.width - overhang);
