@@ -19,10 +19,29 @@ inline std::int64_t ElementNumber(const StExtents& extents, const StPlace& place
     return place.x + extents.width * (place.y + extents.height * place.z);
 }
 
+/// Copies a block of bytes. A load that follows a store to the same place of another page waits for it, so that
+/// `memcpy` takes two to five times as long for rows shorter than a page and for longer ones that are shifted by a few
+/// bytes only: those are copied in pieces that it loads whole before it stores them. (`memmove` is never turned into a
+/// loop of single words.)
+inline void CopyBytes(const std::uint8_t* in, std::uint8_t* out, std::size_t bytes) {
+    constexpr std::size_t piece = 512;
+    constexpr std::uintptr_t page = 4096;
+    const std::uintptr_t shift = (reinterpret_cast<std::uintptr_t>(out) - reinterpret_cast<std::uintptr_t>(in)) % page;
+    if (bytes < page || (shift > 0 && shift < 64)) {
+        for (; bytes > piece; bytes -= piece) {
+            std::memmove(out, in, piece);
+            in += piece;
+            out += piece;
+        }
+    }
+    std::memcpy(out, in, bytes);
+}
+
 /// Copies `count` elements, bit for bit.
 template <class T> void CopyElements(const T* in, T* out, std::int64_t count) {
     if (count > 0) {
-        std::memcpy(out, in, static_cast<std::size_t>(count) * sizeof(T));
+        CopyBytes(reinterpret_cast<const std::uint8_t*>(in), reinterpret_cast<std::uint8_t*>(out),
+                  static_cast<std::size_t>(count) * sizeof(T));
     }
 }
 

@@ -4,6 +4,8 @@
 #include "PBorder.h"
 #include "PDeleteDuplicate.h"
 #include "PDeserialize.h"
+#include "PEmplace.h"
+#include "PExpand.h"
 #include "PExtract.h"
 #include "PFlip.h"
 #include "PLabelToColor.h"
@@ -13,6 +15,8 @@
 #include "PPad.h"
 #include "PPlaneToVolume.h"
 #include "PSerialize.h"
+#include "PShrink.h"
+#include "PTranslate.h"
 #include "PVolumeToPlane.h"
 #include "Value/ValueScalar.h"
 #include "Value/ValueVector.h"
@@ -41,12 +45,12 @@ template <class Node> IPluginObject* Create() { return new Node; }
 /// All nodes, in the order in which they are listed.
 constexpr std::array<StNode, 31> kNodes{{
     {"Flip", &Create<CPFlip>},
-    {"Emplace", nullptr},
+    {"Emplace", &Create<CPEmplace>},
     {"Extract", &Create<CPExtract>},
     {"Border", &Create<mani::CPBorder>},
-    {"Shrink", nullptr},
-    {"Translate", nullptr},
-    {"Expand", nullptr},
+    {"Shrink", &Create<CPShrink>},
+    {"Translate", &Create<CPTranslate>},
+    {"Expand", &Create<CPExpand>},
     {"VolumeToPlane", &Create<CPVolumeToPlane>},
     {"PlaneToVolume", &Create<CPPlaneToVolume>},
     {"SelectRays", nullptr},
