@@ -3,6 +3,7 @@
 #include "PAppend.h"
 #include "PFlip.h"
 #include "PReplicate.h"
+#include "PSelectRays.h"
 #include "PSplit.h"
 #include "Value/ValueScalar.h"
 #include "Value/ValueVector.h"
@@ -39,7 +40,7 @@ constexpr std::array<StNode, 31> kNodes{{
     {"Expand", nullptr},
     {"VolumeToPlane", nullptr},
     {"PlaneToVolume", nullptr},
-    {"SelectRays", nullptr},
+    {"SelectRays", &Create<CPSelectRays>},
     {"SwitchAxes", nullptr},
     {"LabelToValue", nullptr},
     {"Append", &Create<CPAppend>},
