@@ -1,6 +1,7 @@
 // The four functions that the module shows to a host.
 
 #include "PAppend.h"
+#include "PComposeImage.h"
 #include "PFlip.h"
 #include "PReplicate.h"
 #include "PSelectRays.h"
@@ -48,7 +49,7 @@ constexpr std::array<StNode, 31> kNodes{{
     {"Resize", nullptr},
     {"Resample", nullptr},
     {"Autocrop", nullptr},
-    {"ComposeImage", nullptr},
+    {"ComposeImage", &Create<CPComposeImage>},
     {"CartesianToPolar", nullptr},
     {"PolarToCartesian", nullptr},
     {"LabelToColor", nullptr},
