@@ -1,7 +1,9 @@
 // The four functions that the module shows to a host.
 
+#include "PAppend.h"
 #include "PAutocrop.h"
 #include "PBorder.h"
+#include "PComposeImage.h"
 #include "PDeleteDuplicate.h"
 #include "PDeserialize.h"
 #include "PEmplace.h"
@@ -14,8 +16,11 @@
 #include "PLabelToValue.h"
 #include "PPad.h"
 #include "PPlaneToVolume.h"
+#include "PReplicate.h"
+#include "PSelectRays.h"
 #include "PSerialize.h"
 #include "PShrink.h"
+#include "PSplit.h"
 #include "PTranslate.h"
 #include "PVolumeToPlane.h"
 #include "Value/ValueScalar.h"
@@ -53,15 +58,15 @@ constexpr std::array<StNode, 31> kNodes{{
     {"Expand", &Create<CPExpand>},
     {"VolumeToPlane", &Create<CPVolumeToPlane>},
     {"PlaneToVolume", &Create<CPPlaneToVolume>},
-    {"SelectRays", nullptr},
+    {"SelectRays", &Create<CPSelectRays>},
     {"SwitchAxes", nullptr},
     {"LabelToValue", &Create<CPLabelToValue>},
-    {"Append", nullptr},
+    {"Append", &Create<CPAppend>},
     {"Rotate", nullptr},
     {"Resize", nullptr},
     {"Resample", nullptr},
     {"Autocrop", &Create<CPAutocrop>},
-    {"ComposeImage", nullptr},
+    {"ComposeImage", &Create<CPComposeImage>},
     {"CartesianToPolar", nullptr},
     {"PolarToCartesian", nullptr},
     {"LabelToColor", &Create<CPLabelToColor>},
@@ -72,8 +77,8 @@ constexpr std::array<StNode, 31> kNodes{{
     {"Serialize", &Create<CPSerialize>},
     {"Deserialize", &Create<CPDeserialize>},
     {"Scale", nullptr},
-    {"Split", nullptr},
-    {"Replicate", nullptr},
+    {"Split", &Create<CPSplit>},
+    {"Replicate", &Create<CPReplicate>},
     {"DeleteDuplicate", &Create<CPDeleteDuplicate>},
 }};
 
