@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Elements.h"
+#include "VectorVariants.h"
 
 #include <algorithm>
 #include <cstring>
@@ -19,10 +20,30 @@ inline std::int64_t ElementNumber(const StExtents& extents, const StPlace& place
     return place.x + extents.width * (place.y + extents.height * place.z);
 }
 
-/// Copies `count` elements, bit for bit.
+namespace {
+
+/// Copies a row of at least 64 bytes. The last step overlaps the one before it.
+template <class Byte> MANI_VECTOR_VARIANTS void CopyRowByBlocks(const Byte* in, Byte* out, std::size_t bytes) {
+    constexpr std::size_t block = 64;
+    for (std::size_t i = 0; i + block < bytes; i += block) {
+        std::memcpy(out + i, in + i, block);
+    }
+    std::memcpy(out + bytes - block, in + bytes - block, block);
+}
+
+} // namespace
+
+/// Copies `count` elements, bit for bit, between images that don't overlap.
 template <class T> void CopyElements(const T* in, T* out, std::int64_t count) {
-    if (count > 0) {
-        std::memcpy(out, in, static_cast<std::size_t>(count) * sizeof(T));
+    // Between these sizes the C library's copy is up to three times slower wherever source and destination lie alike
+    // in their memory pages, as rows of images do.
+    constexpr std::size_t least = 256;
+    constexpr std::size_t most = 4096;
+    const std::size_t bytes = count > 0 ? static_cast<std::size_t>(count) * sizeof(T) : 0;
+    if (bytes >= least && bytes < most) {
+        CopyRowByBlocks(reinterpret_cast<const unsigned char*>(in), reinterpret_cast<unsigned char*>(out), bytes);
+    } else if (bytes > 0) {
+        std::memcpy(out, in, bytes);
     }
 }
 
