@@ -4,6 +4,7 @@
 
 #include "PSelectRays.h"
 
+#include "Blocks.h"
 #include "Description.h"
 #include "Elements.h"
 #include "Inputs.h"
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <numeric>
 
 namespace QUOR {
 
@@ -72,36 +74,82 @@ constexpr std::int64_t kPiece = 2048;
 /// So many rays side by side are moved at once.
 constexpr std::int64_t kGroup = 16;
 
+using PositionList = std::array<std::uint16_t, kPiece>;
+
+/// Every position of a piece, in order.
+constexpr PositionList kInOrder = [] {
+    PositionList positions{};
+    std::iota(positions.begin(), positions.end(), std::uint16_t{0});
+    return positions;
+}();
+
 /// The marked positions of a piece.
 struct StMarks {
-    std::array<std::uint16_t, kPiece> positions;
+    PositionList positions;
     std::int64_t count;
 };
 
 template <class M> MANI_VECTOR_VARIANTS std::int64_t CountMarks(const M* mask, std::int64_t positions) {
     std::int64_t count = 0;
-    for (std::int64_t i = 0; i < positions; ++i) {
-        count += mask[i] != M{0} ? 1 : 0;
+    for (std::int64_t begin = 0; begin < positions; begin += kPiece) {
+        const std::int64_t end = std::min(begin + kPiece, positions);
+        std::uint16_t inPiece = 0; // narrow, so that many are counted at once
+        for (std::int64_t i = begin; i < end; ++i) {
+            inPiece = static_cast<std::uint16_t>(inPiece + (mask[i] != M{0} ? 1 : 0));
+        }
+        count += inPiece;
     }
     return count;
 }
 
-/// Lists the marks among so many positions, a piece at the most.
-template <class M> void ListMarks(const M* mask, std::int64_t positions, StMarks& marks) {
-    std::size_t count = 0;
+/// Writes 1 for a mark and 0 for any other position.
+template <class M> MANI_VECTOR_VARIANTS void FindMarks(const M* mask, std::int64_t positions, std::uint8_t* isMark) {
     for (std::int64_t i = 0; i < positions; ++i) {
-        marks.positions[count] = static_cast<std::uint16_t>(i); // stays only if it is a mark
-        count += mask[i] != M{0} ? 1U : 0U;
+        isMark[i] = mask[i] != M{0} ? 1 : 0;
     }
-    marks.count = static_cast<std::int64_t>(count);
+}
+
+/// Lists the marks among so many positions, a piece at the most. Marks come in runs: eight positions of one kind are
+/// passed over or listed as a whole.
+template <class M> void ListMarks(const M* mask, std::int64_t positions, StMarks& marks) {
+    constexpr std::int64_t group = 8;
+    constexpr std::uint64_t allMarked = 0x0101010101010101;
+    std::array<std::uint8_t, kPiece> isMark{};
+    FindMarks(mask, positions, isMark.data());
+    std::uint16_t* next = marks.positions.data();
+    for (std::int64_t begin = 0; begin < positions; begin += group) {
+        const std::uint8_t* found = isMark.data() + begin;
+        std::uint64_t all = 0;
+        std::memcpy(&all, found, group);
+        if (all == allMarked) {
+            std::memcpy(next, kInOrder.data() + begin, group * sizeof(std::uint16_t));
+            next += group;
+        } else if (all != 0) {
+            for (std::int64_t i = 0; i < group; ++i) {
+                *next = static_cast<std::uint16_t>(begin + i); // stays only if it is a mark
+                next += found[i];
+            }
+        }
+    }
+    marks.count = next - marks.positions.data();
+}
+
+/// True if the marks from number `begin` to `end` - 1 lie side by side.
+bool SideBySide(const StMarks& marks, std::int64_t begin, std::int64_t end) {
+    const std::uint16_t* position = marks.positions.data();
+    return begin < end && position[end - 1] - position[begin] == end - 1 - begin;
 }
 
 /// Copies the marked elements of one slice of a piece.
 template <class T> void CopyMarked(const T* in, const StMarks& marks, T* out) {
     const std::uint16_t* position = marks.positions.data();
+    if (SideBySide(marks, 0, marks.count)) {
+        CopyElements(in + position[0], out, marks.count);
+        return;
+    }
     std::int64_t k = 0;
     for (; k + kGroup <= marks.count; k += kGroup) {
-        if (position[k + kGroup - 1] - position[k] == kGroup - 1) {
+        if (SideBySide(marks, k, k + kGroup)) {
             std::memcpy(out + k, in + position[k], kGroup * sizeof(T));
         } else {
             for (std::int64_t i = k; i < k + kGroup; ++i) {
