@@ -20,13 +20,17 @@ std::string Block(const std::string& heading, const std::string& text) {
     return text.empty() ? "" : "\n" + heading + ":\n" + text;
 }
 
-/// "--key" for a switch, "--key VALUE" for all else; by `--set` where the key is no name for an option.
+/// What is typed to give the parameter another value than its default: "--key", "--key=false" or "--key VALUE", or an
+/// assignment where the key is no option.
 std::string OptionForm(const StParameter& parameter) {
-    const char* value = parameter.Kind() == EnValType::String ? "TEXT" : "NUMBER";
     if (!HasOption(parameter)) {
-        return "--set " + parameter.key + "=" + (parameter.Kind() == EnValType::Bool ? "BOOL" : value);
+        return "--set " + parameter.key + "=VALUE";
     }
-    return "--" + parameter.key + (parameter.Kind() == EnValType::Bool ? "" : std::string(" ") + value);
+    const std::string option = "--" + parameter.key;
+    if (parameter.Kind() == EnValType::Bool) {
+        return option + (parameter.standard->Bool() ? "=false" : "");
+    }
+    return option + (parameter.Kind() == EnValType::String ? " TEXT" : " NUMBER");
 }
 
 std::string ParameterFacts(const StParameter& parameter) {
@@ -56,11 +60,16 @@ std::string ParametersText(const StNodeDescription& node, std::size_t width) {
         text += Wrap(ParameterFacts(parameter), kTextIndent, width);
         text += Wrap(parameter.text, kTextIndent, width);
     }
-    std::string further;
+    return text;
+}
+
+/// Texts about keys that aren't declared: a node that reads such a key takes it by `--set`.
+std::string FurtherKeysText(const StNodeDescription& node, std::size_t width) {
+    std::string text;
     for (const StFurtherKey& key : node.furtherKeys) {
-        further += Wrap("--set " + key.key + "=VALUE", kIndent, width) + Wrap(key.text, kTextIndent, width);
+        text += Wrap(key.key, kIndent, width) + Wrap(key.text, kTextIndent, width);
     }
-    return Block("Parameters", text) + Block("Further keys", further);
+    return text;
 }
 
 std::string UsageLine(const StNodeDescription& node) {
@@ -125,7 +134,7 @@ std::string HelpText(const StNodeDescription& node, const std::string& options, 
                      std::size_t width) {
     return Wrap(node.name + ": " + node.brief, 0, width) + "\n" + UsageLine(node) +
            Block("Inputs", PortsText(node.inputs, width)) + Block("Outputs", PortsText(node.outputs, width)) +
-           ParametersText(node, width) + options + Block("Example", "  " + example + "\n");
+           Block("Parameters", ParametersText(node, width)) + options + Block("Example", "  " + example + "\n");
 }
 
 std::string DescriptionText(const StNodeDescription& node, const std::string& module, std::size_t width) {
@@ -136,7 +145,8 @@ std::string DescriptionText(const StNodeDescription& node, const std::string& mo
     return Wrap(node.name + ": " + node.brief, 0, width) +
            Wrap("module " + module + ", " + node.type + "/" + node.subType, 0, width) +
            Block("Description", Wrap(node.text, kIndent, width)) + Block("Inputs", PortsText(node.inputs, width)) +
-           Block("Outputs", PortsText(node.outputs, width)) + ParametersText(node, width) + Block("Notes", notes) +
+           Block("Outputs", PortsText(node.outputs, width)) + Block("Parameters", ParametersText(node, width)) +
+           Block("Not declared, but in the text", FurtherKeysText(node, width)) + Block("Notes", notes) +
            Block("Keywords", Wrap(Join(node.keywords, ", "), kIndent, width)) +
            Block("See also", Wrap(node.seeAlso, kIndent, width)) + Block("Page", Wrap(PageFile(node), kIndent, width));
 }

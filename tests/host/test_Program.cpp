@@ -115,7 +115,7 @@ Outputs:
       The map.
 
 Parameters:
-  --slice-wise
+  --slice-wise=false
       bool, default true
   --offset_x NUMBER
       long, default 0
@@ -124,13 +124,13 @@ Parameters:
       double, default 0.5
   --mode TEXT
       string, default ONE, one of ONE, TWO, THREE
-  --set set=NUMBER
+  --set set=VALUE
       long, default 7
   --title TEXT
       string, default ""
 
-Further keys:
-  --set further=VALUE
+Not declared, but in the text:
+  further
       is not declared.
 
 Notes:
@@ -180,7 +180,7 @@ TEST(Program, HelpOfANodeNamesEverything) {
     for (const char* part :
          {"Probe: Tells what it was given.\n\nUsage: vessa run Probe -i FILE [-i FILE] -o FILE [-o FILE] "
           "[--KEY VALUE]... [--set KEY=VALUE]...\n\nInputs:\n  0 image\n      The image.\n",
-          "\nParameters:\n  --slice-wise\n      bool, default true\n  --offset_x NUMBER\n",
+          "\nParameters:\n  --slice-wise=false\n      bool, default true\n  --offset_x NUMBER\n",
           "\n  -i,--input FILE[@TYPE] ", "\n  -o,--output FILE ", "\n  --set KEY[:KIND]=VALUE ", "\n  --plugin PATH ",
           "\nExample:\n  vessa run Probe -i input.png -o output.png\n"}) {
         EXPECT_NE(result.out.find(part), std::string::npos) << part << "\nin\n" << result.out;
