@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <iomanip>
 #include <new>
 #include <ostream>
@@ -64,9 +65,10 @@ void Dispatch(const StSession& session, const Arguments& arguments) {
     }
 }
 
-/// Tells of a failure in one line: the texts of nodes and files are kept but for line ends.
+/// Tells of a failure in one line: a message is kept but for line ends and what else steers a terminal.
 int Fail(const StSession& session, EnExitStatus status, std::string message) {
-    std::replace(message.begin(), message.end(), '\n', ' ');
+    std::replace_if(
+        message.begin(), message.end(), [](unsigned char letter) { return std::iscntrl(letter) != 0; }, ' ');
     session.err << "vessa: " << message << std::endl;
     return status;
 }

@@ -308,7 +308,7 @@ TEST(Program, OneFileCannotTakeTwoOutputs) {
 TEST(Program, TellsWhatANodeFailsAt) {
     const CTestFolder folder;
     EXPECT_EQ(RunTestNode("Failing", {"-o", folder / "out.png"}),
-              Failed("Failing: (test) Failing: no luck: try again "));
+              Failed("Failing: (test) Failing: no luck: try  again "));
     EXPECT_EQ(RunHere({"run", "Flip", "-o", folder / "out.png"}),
               Failed("Flip: (manipulation plugins) Flip: input image is NULL"));
     EXPECT_EQ(RunHere({"run", "Flip", "-i", "none", "-o", folder / "out.png"}),

@@ -91,6 +91,20 @@ TEST(Vessa, TheBuildTreeHasThePlacesOfAnInstalledTree) {
     EXPECT_TRUE(fs::exists(kBuildTree / "lib/vessa/plugins/manipulation.so"));
 }
 
+TEST(Vessa, AnInstalledTreeWorksWhereverItStands) {
+    const CTestFolder prefix;
+    fs::create_directories(prefix / "bin");
+    fs::copy(VESSA_PROGRAM, prefix / "bin/vessa");
+    const StPlaces places = PlacesBeside(prefix.Path() / "bin");
+    EXPECT_EQ(places.prefix, prefix.Path());
+    fs::create_directories(places.plugins);
+    fs::copy(MANIPULATION_MODULE, places.plugins);
+    const std::string line = (prefix / "bin/vessa") + " list --json > " + (prefix / "out");
+    EXPECT_EQ(std::system(line.c_str()), 0);
+    const std::string file = (places.plugins / fs::path(MANIPULATION_MODULE).filename()).string();
+    EXPECT_NE(TextOf(prefix / "out").find("\"file\": \"" + file + "\""), std::string::npos) << TextOf(prefix / "out");
+}
+
 TEST(Vessa, ResultsThatCannotBeWrittenAreAFailure) {
     const std::string line = VESSA_PROGRAM " list > /dev/full 2> /dev/null";
     const int status = std::system(line.c_str());

@@ -138,10 +138,10 @@ public:
     void Run() override {}
 };
 
-/// Fails with a message of two lines.
+/// Fails with a message of two lines and an escape character.
 class CFailing : public CSilent {
 public:
-    void Run() override { throw CException("(test) Failing", "no luck:\ntry again ", nullptr); }
+    void Run() override { throw CException("(test) Failing", "no luck:\ntry\033 again ", nullptr); }
 };
 
 /// A plug-in that is no node.
