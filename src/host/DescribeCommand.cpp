@@ -1,0 +1,35 @@
+#include "Command.h"
+#include "Modules.h"
+#include "NodeText.h"
+
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+namespace vessa {
+
+void DescribeCommand(const StSession& session, const Arguments& arguments) {
+    CArgumentParser parser("vessa describe", "Tells all that a node says of itself.");
+    std::string name;
+    std::vector<std::string> plugins;
+    bool json = false;
+    parser.App().add_option("NODE", name, "The node's name, as in the list")->type_name("")->required();
+    parser.AddPluginOption(plugins);
+    parser.App().add_flag("--json", json, "Write the description as JSON");
+    parser.Parse(arguments);
+    parser.RefuseRest();
+    if (parser.WantsHelp()) {
+        session.out << parser.Help();
+        return;
+    }
+    const CModules::StNode found = CModules(session.places, plugins, session.err).Make(name);
+    const StNodeDescription node = Describe(name, *found.node);
+    const std::string module = std::filesystem::path(found.file).stem().string();
+    if (json) {
+        constexpr auto replace = nlohmann::ordered_json::error_handler_t::replace;
+        session.out << DescriptionJson(node, module).dump(2, ' ', false, replace) << '\n';
+    } else {
+        session.out << DescriptionText(node, module, session.width);
+    }
+}
+
+} // namespace vessa

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace vessa {
+
+/// A regular file that is open for reading. Folders, devices and pipes are refused: reading them could hang.
+class CInputFile {
+public:
+    /// Raises a `CFileError` if there is no such file or it can't be read.
+    explicit CInputFile(const std::string& name);
+    CInputFile(const CInputFile&) = delete;
+    CInputFile& operator=(const CInputFile&) = delete;
+    ~CInputFile();
+
+    const std::string& Name() const { return m_name; }
+    std::uint64_t Size() const { return m_size; }
+
+    /// Reads up to `count` bytes and gives their number: fewer at the file's end and where reading fails. It never
+    /// raises, so that C libraries can call it.
+    std::size_t Read(std::uint64_t offset, void* data, std::size_t count) const noexcept;
+    /// Reads exactly `count` bytes; raises a `CFileError` if there are fewer.
+    void ReadAll(std::uint64_t offset, void* data, std::size_t count) const;
+
+    /// Raises a `CFileError` that names the file.
+    [[noreturn]] void Fail(const std::string& what) const;
+
+private:
+    std::string m_name;
+    int m_handle;
+    std::uint64_t m_size = 0;
+};
+
+} // namespace vessa

@@ -1,0 +1,335 @@
+#include "JsonValue.h"
+
+#include "Printable.h"
+#include "ValueFile.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace vessa {
+
+using nlohmann::json;
+using QUOR::CValue;
+using QUOR::CValue_Key;
+using QUOR::CValueMap;
+using QUOR::EnValType;
+
+namespace {
+
+constexpr const char* kDouble = "$double";
+constexpr std::string_view kIndex = "$int:";
+constexpr const char* kTooDeep = "maps and vectors are nested deeper than 64 levels";
+
+static_assert(kMostLevels == 64, "the message names the limit");
+
+bool IsUtf8(const std::string& text) {
+    try {
+        static_cast<void>(json(text).dump());
+        return true;
+    } catch (const json::type_error&) {
+        return false;
+    }
+}
+
+/// Turns values into JSON and knows the path of the value at hand.
+class CJsonWriter {
+public:
+    explicit CJsonWriter(const std::string& where) : m_where(where) {}
+
+    json Map(const CValueMap& map) {
+        Enter(map);
+        json object = json::object();
+        for (const auto& [key, value] : map) {
+            m_path.push_back(key.IsIndex() ? std::to_string(key.Index()) : key.Text());
+            object[Key(key)] = Value(*value);
+            m_path.pop_back();
+        }
+        --m_levels;
+        return object;
+    }
+
+private:
+    json Vector(const QUOR::CValueVector& vector) {
+        Enter(vector);
+        json array = json::array();
+        for (unsigned i = 0; i < vector.Size(); ++i) {
+            m_path.push_back(std::to_string(i));
+            const CValue* value = vector.Entry(static_cast<long long>(i), false);
+            array.push_back(value == nullptr ? json() : Value(*value));
+            m_path.pop_back();
+        }
+        --m_levels;
+        return array;
+    }
+
+    json Value(const CValue& value) {
+        switch (value.GenericType()) {
+        case EnValType::Map:
+            return Map(*value.Map());
+        case EnValType::Vector:
+            return Vector(*value.Vector());
+        case EnValType::Pointer:
+            Fail("is a pointer: JSON holds booleans, numbers, texts, maps and vectors");
+        default:
+            RequireNoMeta(value);
+            return Scalar(value);
+        }
+    }
+
+    json Scalar(const CValue& value) {
+        switch (value.GenericType()) {
+        case EnValType::Bool:
+            return value.Bool();
+        case EnValType::Long:
+            return value.Long();
+        case EnValType::Double:
+            return Number(value.Double());
+        default:
+            if (!IsUtf8(value.String().Text())) {
+                Fail("is a text that isn't UTF-8");
+            }
+            return value.String().Text();
+        }
+    }
+
+    static json Number(double number) {
+        if (std::isfinite(number)) {
+            return number;
+        }
+        return json{{kDouble, std::isnan(number) ? "nan" : number > 0 ? "inf" : "-inf"}};
+    }
+
+    std::string Key(const CValue_Key& key) {
+        if (key.IsIndex()) {
+            return std::string(kIndex) + std::to_string(key.Index());
+        }
+        if (!IsUtf8(key.Text())) {
+            Fail("has a key that isn't UTF-8");
+        }
+        return key.Text().starts_with('$') ? '$' + key.Text() : key.Text();
+    }
+
+    void Enter(const CValue& container) {
+        RequireNoMeta(container);
+        if (++m_levels > kMostLevels) {
+            throw CFileError(m_where + ": " + kTooDeep);
+        }
+    }
+
+    void RequireNoMeta(const CValue& value) {
+        if (!value.Meta().IsEmpty()) {
+            Fail("has side information (Meta), which JSON can't hold");
+        }
+    }
+
+    [[noreturn]] void Fail(const std::string& what) const {
+        std::string path;
+        for (const std::string& part : m_path) {
+            path += (path.empty() ? "" : "/") + part;
+        }
+        throw CFileError(m_where + ": " + (m_path.empty() ? "the map " : "the entry " + Printable(path) + " ") + what);
+    }
+
+    const std::string& m_where;
+    std::vector<std::string> m_path;
+    std::size_t m_levels = 0;
+};
+
+/// Builds values from the parser's events. No tree of JSON is made in between, so that the memory that a text takes is
+/// bounded by the values it tells of.
+class CJsonReader : public json::json_sax_t {
+public:
+    CJsonReader(std::string_view text, const std::string& where) : m_text(text), m_where(where) {}
+
+    std::unique_ptr<CValueMap> TakeResult() { return std::move(m_result); }
+
+    bool null() override {
+        if (!m_levels.empty() && m_levels.back().isMap) {
+            Fail("is null, which stands for an empty slot of a vector only");
+        }
+        return Add(nullptr);
+    }
+    bool boolean(bool value) override { return Add(std::make_unique<QUOR::CValueBool>(value)); }
+    bool number_integer(std::int64_t value) override {
+        if (value < std::numeric_limits<QUOR::Long>::min() || value > std::numeric_limits<QUOR::Long>::max()) {
+            FailOfRange(std::to_string(value));
+        }
+        return Add(std::make_unique<QUOR::CValueLong>(static_cast<QUOR::Long>(value)));
+    }
+    bool number_unsigned(std::uint64_t value) override {
+        if (value > static_cast<std::uint64_t>(std::numeric_limits<QUOR::Long>::max())) {
+            FailOfRange(std::to_string(value));
+        }
+        return Add(std::make_unique<QUOR::CValueLong>(static_cast<QUOR::Long>(value)));
+    }
+    bool number_float(double value, const std::string& literal) override {
+        if (literal.find_first_of(".eE") == std::string::npos) {
+            FailOfRange(literal); // an integer that the parser found too long for 64 bits
+        }
+        return Add(std::make_unique<QUOR::CValueDouble>(value));
+    }
+    bool string(std::string& text) override {
+        if (!m_levels.empty() && m_levels.back().isDouble) {
+            return SetDouble(text);
+        }
+        return Add(std::make_unique<QUOR::CValueString>(text.data(), text.size()));
+    }
+    bool binary(json::binary_t& /*data*/) override { return false; } // no part of the text form
+
+    bool start_object(std::size_t /*count*/) override { return Enter(std::make_unique<CValueMap>(), true); }
+    bool start_array(std::size_t /*count*/) override { return Enter(std::make_unique<QUOR::CValueVector>(), false); }
+    bool end_object() override { return Leave(); }
+    bool end_array() override { return Leave(); }
+
+    bool key(std::string& text) override {
+        StLevel& level = m_levels.back();
+        if (level.isDouble) {
+            FailOfDouble();
+        }
+        level.name = text;
+        if (text == kDouble) {
+            level.isDouble = true;
+            return true;
+        }
+        level.key = Key(text);
+        if (level.container->HasEntry(level.key)) {
+            Fail("stands twice in its map");
+        }
+        return true;
+    }
+
+    bool parse_error(std::size_t position, const std::string& /*token*/,
+                     const nlohmann::detail::exception& failure) override {
+        const std::string_view before = m_text.substr(0, std::max<std::size_t>(position, 1) - 1);
+        const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+        const std::size_t column = before.size() - (before.rfind('\n') + 1) + 1; // npos + 1 is 0
+        std::string_view reason = failure.what();
+        reason.remove_prefix(std::min(reason.find("] ") + 2, reason.size())); // the parser's own number of the failure
+        const std::size_t place = reason.find(": ");
+        if (reason.starts_with("parse error at line") && place != std::string_view::npos) {
+            reason.remove_prefix(place + 2);
+        }
+        throw CFileError(m_where + ": no valid JSON in line " + std::to_string(line) + ", column " +
+                         std::to_string(column) + ": " + Printable(reason));
+    }
+
+private:
+    struct StLevel {
+        std::unique_ptr<QUOR::CValueContainerBase> container;
+        bool isMap;
+        std::string name;      ///< of the entry at hand, as it stands in the text
+        CValue_Key key;        ///< the same as the map's key
+        bool isDouble = false; ///< the map is none but the form of a number
+        std::unique_ptr<CValue> number;
+    };
+
+    CValue_Key Key(const std::string& text) {
+        if (text.find('/') != std::string::npos) {
+            Fail("has a key with '/', which would be a path through maps");
+        }
+        if (!text.starts_with('$')) {
+            return CValue_Key(text);
+        }
+        if (text.starts_with("$$")) {
+            return CValue_Key(text.substr(1));
+        }
+        const char* first = text.data() + kIndex.size();
+        const char* last = text.data() + text.size();
+        long long index = 0;
+        if (!text.starts_with(kIndex) || std::from_chars(first, last, index).ptr != last ||
+            text != std::string(kIndex) + std::to_string(index)) {
+            Fail("has an unknown form: \"$double\", \"$int:N\" and keys with \"$$\" are known");
+        }
+        return index;
+    }
+
+    bool SetDouble(const std::string& text) {
+        constexpr double inf = std::numeric_limits<double>::infinity();
+        StLevel& level = m_levels.back();
+        if (level.number || (text != "nan" && text != "inf" && text != "-inf")) {
+            FailOfDouble();
+        }
+        const double number = text == "nan" ? std::numeric_limits<double>::quiet_NaN() : text == "inf" ? inf : -inf;
+        level.number = std::make_unique<QUOR::CValueDouble>(number);
+        return true;
+    }
+
+    bool Enter(std::unique_ptr<QUOR::CValueContainerBase> container, bool isMap) {
+        if (m_levels.empty() ? !isMap : m_levels.back().isDouble) {
+            m_levels.empty() ? FailOfTop() : FailOfDouble();
+        }
+        if (m_levels.size() == kMostLevels) {
+            throw CFileError(m_where + ": " + kTooDeep);
+        }
+        m_levels.push_back({std::move(container), isMap, {}, {}, false, nullptr});
+        return true;
+    }
+
+    bool Leave() {
+        StLevel level = std::move(m_levels.back());
+        m_levels.pop_back();
+        if (level.isDouble && !level.container->Map()->IsEmpty()) {
+            FailOfDouble();
+        }
+        if (!m_levels.empty()) {
+            return Add(level.isDouble ? std::move(level.number) : std::move(level.container));
+        }
+        if (level.isDouble) {
+            FailOfTop();
+        }
+        m_result.reset(level.container.release()->Map());
+        return true;
+    }
+
+    bool Add(std::unique_ptr<CValue> value) {
+        if (m_levels.empty()) {
+            FailOfTop();
+        }
+        StLevel& level = m_levels.back();
+        if (level.isDouble) {
+            FailOfDouble();
+        }
+        if (level.isMap) {
+            level.container->SetEntry(level.key, value.release());
+        } else {
+            level.container->Vector()->PushBack(value.release());
+        }
+        return true;
+    }
+
+    [[noreturn]] void FailOfTop() const { throw CFileError(m_where + ": the JSON is no object: a map is needed"); }
+    [[noreturn]] void FailOfDouble() const {
+        Fail("is no number: \"$double\" stands alone, with \"nan\", \"inf\" or \"-inf\"");
+    }
+    [[noreturn]] void FailOfRange(const std::string& number) const {
+        Fail("is the integer " + number + ", which doesn't fit 32 bits: a floating number has a '.' or an exponent");
+    }
+    [[noreturn]] void Fail(const std::string& what) const {
+        std::string path;
+        for (const StLevel& level : m_levels) {
+            path += path.empty() ? "" : "/";
+            path += level.isMap ? level.name : std::to_string(level.container->Size());
+        }
+        throw CFileError(m_where + ": the entry " + Printable(path) + " " + what);
+    }
+
+    std::string_view m_text;
+    const std::string& m_where;
+    std::vector<StLevel> m_levels;
+    std::unique_ptr<CValueMap> m_result;
+};
+
+} // namespace
+
+json JsonFromMap(const CValueMap& map, const std::string& where) { return CJsonWriter(where).Map(map); }
+
+std::unique_ptr<CValueMap> MapFromJson(std::string_view text, const std::string& where) {
+    CJsonReader reader(text, where);
+    json::sax_parse(text, &reader);
+    return reader.TakeResult();
+}
+
+} // namespace vessa

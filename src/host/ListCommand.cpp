@@ -1,0 +1,58 @@
+#include "Command.h"
+#include "Modules.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+using nlohmann::ordered_json;
+
+namespace vessa {
+
+namespace {
+
+void WriteJson(std::ostream& out, const std::vector<CModules::StModule>& modules) {
+    ordered_json list = ordered_json::array();
+    for (const CModules::StModule& module : modules) {
+        ordered_json nodes = ordered_json::array();
+        for (const StNodeDescription& node : module.nodes) {
+            nodes.push_back({{"name", node.name}, {"subType", node.subType}, {"brief", node.brief}});
+        }
+        list.push_back({{"module", module.name}, {"file", module.file}, {"nodes", std::move(nodes)}});
+    }
+    out << list.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+}
+
+void WriteText(std::ostream& out, const std::vector<CModules::StModule>& modules) {
+    for (const CModules::StModule& module : modules) {
+        std::size_t widest = 0;
+        for (const StNodeDescription& node : module.nodes) {
+            widest = std::max(widest, node.name.size());
+        }
+        out << (&module == &modules.front() ? "" : "\n") << module.name << ":\n";
+        for (const StNodeDescription& node : module.nodes) {
+            out << "  " << std::left << std::setw(static_cast<int>(widest)) << node.name << "  " << node.brief << '\n';
+        }
+    }
+}
+
+} // namespace
+
+void ListCommand(const StSession& session, const Arguments& arguments) {
+    CArgumentParser parser("vessa list", "Lists the nodes, by the module that they come from.");
+    std::vector<std::string> plugins;
+    bool json = false;
+    parser.AddPluginOption(plugins);
+    parser.App().add_flag("--json", json, "Write the list as JSON");
+    parser.Parse(arguments);
+    parser.RefuseRest();
+    if (parser.WantsHelp()) {
+        session.out << parser.Help();
+        return;
+    }
+    const auto modules = CModules(session.places, plugins, session.err).All();
+    json ? WriteJson(session.out, modules) : WriteText(session.out, modules);
+}
+
+} // namespace vessa

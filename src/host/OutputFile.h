@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace vessa {
+
+/// A file that appears whole under its name or not at all: it is written under another name beside its place, and
+/// `Commit` moves it there. Without a `Commit` nothing of it remains and what stood in its place stays.
+class COutputFile {
+public:
+    /// Raises a `CFileError` if the file can't be made, or its name is that of something other than a file.
+    explicit COutputFile(const std::string& name);
+    COutputFile(const COutputFile&) = delete;
+    COutputFile& operator=(const COutputFile&) = delete;
+    ~COutputFile();
+
+    const std::string& Name() const { return m_name; }
+    std::uint64_t Size() const { return m_size; }
+
+    /// Writes all bytes at `offset`, or gives false; `Commit` raises then. It never raises itself, so that C libraries
+    /// can call it.
+    bool Write(std::uint64_t offset, const void* data, std::size_t count) noexcept;
+    bool Append(const void* data, std::size_t count) noexcept { return Write(m_size, data, count); }
+    /// Reads what has been written, as `CInputFile::Read`.
+    std::size_t Read(std::uint64_t offset, void* data, std::size_t count) const noexcept;
+
+    /// Moves the file to its place. Raises a `CFileError` if that, or an earlier `Write`, fails.
+    void Commit();
+
+    /// Raises a `CFileError` that names the file; the reason is that of a failed `Write` if there is one.
+    [[noreturn]] void Fail(const std::string& what) const;
+
+private:
+    std::string m_name;
+    std::string m_place; ///< where the file belongs: behind all links
+    std::string m_interim;
+    int m_handle = -1;
+    int m_error = 0; ///< of the first write that failed
+    std::uint64_t m_size = 0;
+};
+
+} // namespace vessa

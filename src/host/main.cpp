@@ -1,0 +1,28 @@
+#include "Program.h"
+
+#include <algorithm>
+#include <iostream>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+/// The letters in a line of text: those of the terminal within reason, 80 where there is none.
+std::size_t LineWidth() {
+    constexpr std::size_t usual = 80;
+    constexpr std::size_t least = 40;
+    constexpr std::size_t most = 120; // longer lines are hard to read
+    winsize window{};
+    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) != 0 || window.ws_col == 0) {
+        return usual;
+    }
+    return std::clamp<std::size_t>(window.ws_col, least, most);
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    const vessa::StPlaces places = vessa::OwnPlaces();
+    vessa::NamePrefix(places);
+    return vessa::RunProgram({std::cout, std::cerr, LineWidth(), places}, {arguments + 1, arguments + count});
+}

@@ -1,0 +1,65 @@
+#include "Text.h"
+
+#include <gtest/gtest.h>
+
+namespace vessa {
+namespace {
+
+TEST(Text, EditDistanceCountsLetters) {
+    EXPECT_EQ(EditDistance("", ""), 0U);
+    EXPECT_EQ(EditDistance("", "abc"), 3U);
+    EXPECT_EQ(EditDistance("abc", ""), 3U);
+    EXPECT_EQ(EditDistance("flip_x", "flp_x"), 1U);
+    EXPECT_EQ(EditDistance("flip_x", "flip_y"), 1U);
+    EXPECT_EQ(EditDistance("kitten", "sitting"), 3U);
+    EXPECT_EQ(EditDistance("FLIP", "flip"), 0U);
+}
+
+TEST(Text, NearestIsTheFirstOfTheNearest) {
+    EXPECT_EQ(Nearest("flip_w", {"size", "flip_x", "flip_y"}), "flip_x");
+    EXPECT_EQ(Nearest("SIZE", {"flip_x", "size"}), "size");
+    EXPECT_EQ(Nearest("x", {}), "");
+    EXPECT_EQ(NearestHint("x", {"y"}), ", the nearest one is 'y'");
+    EXPECT_EQ(NearestHint("x", {}), "");
+}
+
+TEST(Text, ListsAreSplitAndJoined) {
+    EXPECT_EQ(SplitList("A, B,C ,  D D"), (std::vector<std::string>{"A", "B", "C", "D D"}));
+    EXPECT_TRUE(SplitList("").empty());
+    EXPECT_EQ(Join({"a", "b", "c"}, ", "), "a, b, c");
+    EXPECT_EQ(Join({}, ", "), "");
+    EXPECT_EQ(Join({"a", "a"}, "/"), "a/a");
+}
+
+TEST(Text, OneLineHasSingleBlanks) {
+    EXPECT_EQ(OneLine("  a\n\n b\t c \n"), "a b c");
+    EXPECT_EQ(OneLine(" \n"), "");
+}
+
+TEST(Text, MarkupIsDropped) {
+    EXPECT_EQ(WithoutMarkup("set to \\a X, by"), "set to X, by");
+    EXPECT_EQ(WithoutMarkup("where \\f$n\\f$ slices"), "where n slices");
+    EXPECT_EQ(WithoutMarkup("one \\\ntwo"), "one \ntwo");
+    EXPECT_EQ(WithoutMarkup("end\\"), "end");
+    EXPECT_EQ(WithoutMarkup("\\f$\\frac{a}{b}\\f$ \\alpha C:\\x"), "\\frac{a}{b} \\alpha C:\\x");
+}
+
+TEST(Text, WrapFillsParagraphs) {
+    EXPECT_EQ(Wrap("one two\nthree four", 0, 9), "one two\nthree\nfour\n");
+    EXPECT_EQ(Wrap("one two\nthree four", 2, 80), "  one two three four\n");
+    EXPECT_EQ(Wrap("\n\none\n\n\ntwo\n\n", 1, 80), " one\n\n two\n");
+    EXPECT_EQ(Wrap("list:\n- a\n  more\n* b\nend", 0, 80), "list:\n- a\nmore\n* b end\n");
+    EXPECT_EQ(Wrap("muchlongerthanwide a", 1, 5), " muchlongerthanwide\n a\n");
+    EXPECT_EQ(Wrap("exact fit", 1, 10), " exact fit\n");
+    EXPECT_EQ(Wrap("", 4, 80), "");
+}
+
+TEST(Text, EndingsHaveNoCase) {
+    EXPECT_TRUE(EndsWith("a.JSON", ".json"));
+    EXPECT_TRUE(EndsWith(".json", ".json"));
+    EXPECT_FALSE(EndsWith("json", ".json"));
+    EXPECT_FALSE(EndsWith("a.json2", ".json"));
+}
+
+} // namespace
+} // namespace vessa

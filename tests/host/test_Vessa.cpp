@@ -1,0 +1,143 @@
+// The built program, from its start to its exit status.
+
+#include "Examples.h"
+#include "Modules.h"
+#include "ProgramTest.h"
+
+#include <filesystem>
+#include <sstream>
+
+namespace vessa::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path kBuildTree = fs::path(VESSA_PROGRAM).parent_path().parent_path();
+
+TEST(Vessa, HasAVersion) {
+    const CTestFolder folder;
+    const StResult result = RunBuilt(folder.Path(), {"--version"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.out.find("vessa "), 0U);
+    EXPECT_EQ(result.out.find('\n'), result.out.size() - 1);
+    EXPECT_EQ(result.err, "");
+}
+
+TEST(Vessa, FindsItsModuleFromAnyFolder) {
+    const CTestFolder folder;
+    const StResult result = RunBuilt(folder.Path(), {"list"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out.find("manipulation:\n  Flip "), 0U) << result.out;
+}
+
+TEST(Vessa, FindsItsModuleThroughALink) {
+    const CTestFolder folder;
+    fs::create_symlink(VESSA_PROGRAM, folder / "link");
+    const std::string line = (folder / "link") + " describe Flip > " + (folder / "out");
+    EXPECT_EQ(std::system(line.c_str()), 0);
+    EXPECT_EQ(TextOf(folder / "out").find("Flip: "), 0U);
+}
+
+TEST(Vessa, ExitStatusTellsDoneFailedAndWrongUse) {
+    const CTestFolder folder;
+    const std::string image = SAMPLES_DIRECTORY "/particles.png";
+    EXPECT_EQ(RunBuilt(folder.Path(), {"run", "Flip", "-i", image, "-o", "out.png", "--flip_x"}),
+              (StResult{0, "", ""}));
+    EXPECT_EQ(folder.Files(), "out.png");
+    EXPECT_EQ(RunBuilt(folder.Path(), {"run", "Flip", "-o", "other.png"}),
+              (StResult{1, "", "vessa: Flip: (manipulation plugins) Flip: input image is NULL\n"}));
+    EXPECT_EQ(RunBuilt(folder.Path(), {"run", "Flip", "-i", image, "-o", "other.png", "--flip_w"}),
+              (StResult{2, "", "vessa: Flip: unknown option '--flip_w', the nearest one is '--flip_x'\n"}));
+    EXPECT_EQ(folder.Files(), "out.png");
+}
+
+TEST(Vessa, WhatANodePrintsGoesToStandardOutput) {
+    const CTestFolder folder;
+    const StResult result =
+        RunBuilt(folder.Path(), {"run", "Probe", "--plugin", TEST_NODES, "-i", SAMPLES_DIRECTORY "/particles.png", "-o",
+                                 "out.png", "--offset_x", "-5", "--set", "run_once=true"});
+    EXPECT_EQ(result, (StResult{0,
+                                "mode=string:ONE\noffset_x=long:-5\nratio=double:0.5\nrun_once=bool:true\n"
+                                "set=long:7\nslice-wise=bool:true\ntitle=string:\n",
+                                ""}));
+}
+
+TEST(Vessa, TheEnvironmentNamesFurtherPlugins) {
+    const CTestFolder folder;
+    fs::copy(TEST_NODES, folder / "nodes.so");
+    const std::string list = "/absent:" TEST_FEATURE ":" + folder.Path().string();
+    const StResult result = RunBuilt(folder.Path(), {"list"}, {"VESSA_PLUGIN_PATH=" + list});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(result.out.find("nodes:\n  Probe "), 0U) << result.out;
+    EXPECT_NE(result.out.find("\nmanipulation:\n"), std::string::npos);
+}
+
+TEST(Vessa, NamesItsPrefixUnlessOneIsSet) {
+    const CTestFolder folder;
+    const std::string page = "/doc/nodeka/html/manipulation/PFlip/index.html\n";
+    const auto pageWith = [&](const std::vector<std::string>& variables) {
+        const StResult result = RunBuilt(folder.Path(), {"describe", "Flip"}, variables);
+        const std::size_t heading = result.out.find("Page:\n  ");
+        return heading == std::string::npos ? result.out : result.out.substr(heading + 8);
+    };
+    EXPECT_EQ(pageWith({}), kBuildTree.string() + page);
+    EXPECT_EQ(pageWith({"QUORDIR=/elsewhere"}), "/elsewhere" + page);
+}
+
+TEST(Vessa, TheBuildTreeHasThePlacesOfAnInstalledTree) {
+    EXPECT_TRUE(fs::equivalent(kBuildTree / "lib/vessa/plugins", kBuildTree / "plugins"));
+    EXPECT_TRUE(fs::exists(kBuildTree / "lib/vessa/plugins/manipulation.so"));
+}
+
+TEST(Vessa, AnInstalledTreeWorksWhereverItStands) {
+    const CTestFolder prefix;
+    fs::create_directories(prefix / "bin");
+    fs::copy(VESSA_PROGRAM, prefix / "bin/vessa");
+    const StPlaces places = PlacesBeside(prefix.Path() / "bin");
+    EXPECT_EQ(places.prefix, prefix.Path());
+    fs::create_directories(places.plugins);
+    fs::copy(MANIPULATION_MODULE, places.plugins);
+    const std::string line = (prefix / "bin/vessa") + " list --json > " + (prefix / "out");
+    EXPECT_EQ(std::system(line.c_str()), 0);
+    const std::string file = (places.plugins / fs::path(MANIPULATION_MODULE).filename()).string();
+    EXPECT_NE(TextOf(prefix / "out").find("\"file\": \"" + file + "\""), std::string::npos) << TextOf(prefix / "out");
+}
+
+TEST(Vessa, ResultsThatCannotBeWrittenAreAFailure) {
+    const std::string line = VESSA_PROGRAM " list > /dev/full 2> /dev/null";
+    const int status = std::system(line.c_str());
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+}
+
+TEST(Vessa, TheExampleOfEveryNodeRunsOnTheSamples) {
+    const fs::path before = fs::current_path();
+    std::ostringstream talk;
+    const StPlaces places = PlacesBeside(fs::path(VESSA_PROGRAM).parent_path());
+    for (const CModules::StModule& module : CModules(places, {}, talk).All()) {
+        for (const StNodeDescription& node : module.nodes) {
+            const CTestFolder folder;
+            fs::current_path(folder.Path()); // where the outputs go
+            const std::string line = Example(places, node);
+            fs::current_path(before);
+            EXPECT_NE(line.find(SAMPLES_DIRECTORY "/"), std::string::npos) << node.name << " has no example";
+            const std::string program = fs::path(VESSA_PROGRAM).parent_path().string();
+            const std::string command = "cd " + folder.Path().string() + " && PATH=" + program + ":$PATH " + line;
+            EXPECT_EQ(std::system(command.c_str()), 0) << line;
+            EXPECT_NE(folder.Files(), "") << line << " writes nothing";
+        }
+    }
+}
+
+TEST(Vessa, HelpShowsTheExampleAsItRunsFromHere) {
+    const fs::path root = fs::path(SAMPLES_DIRECTORY).parent_path();
+    const std::string atRoot = RunBuilt(root, {"run", "Flip", "--help"}).out;
+    EXPECT_NE(atRoot.find("\nExample:\n  vessa run Flip -i samples/"), std::string::npos) << atRoot;
+    const CTestFolder folder;
+    const std::string elsewhere = RunBuilt(folder.Path(), {"run", "Flip", "--help"}).out;
+    EXPECT_NE(elsewhere.find("\nExample:\n  vessa run Flip -i " SAMPLES_DIRECTORY "/"), std::string::npos) << elsewhere;
+}
+
+} // namespace
+} // namespace vessa::test
