@@ -1,6 +1,9 @@
 // The four functions that the module shows to a host.
 
 #include "PFlip.h"
+#include "PResample.h"
+#include "PScale.h"
+#include "PSwitchAxes.h"
 #include "Value/ValueScalar.h"
 #include "Value/ValueVector.h"
 #include "plugin/Node.h"
@@ -29,11 +32,11 @@ template <class Node> IPluginObject* Create() { return new Node; }
 constexpr std::array<StNode, 31> kNodes{{
     {"Flip", &Create<CPFlip>},  {"Emplace", nullptr},      {"Extract", nullptr},          {"Border", nullptr},
     {"Shrink", nullptr},        {"Translate", nullptr},    {"Expand", nullptr},           {"VolumeToPlane", nullptr},
-    {"PlaneToVolume", nullptr}, {"SelectRays", nullptr},   {"SwitchAxes", nullptr},       {"LabelToValue", nullptr},
-    {"Append", nullptr},        {"Rotate", nullptr},       {"Resize", nullptr},           {"Resample", nullptr},
+    {"PlaneToVolume", nullptr}, {"SelectRays", nullptr},   {"SwitchAxes", &Create<CPSwitchAxes>},       {"LabelToValue", nullptr},
+    {"Append", nullptr},        {"Rotate", nullptr},       {"Resize", nullptr},           {"Resample", &Create<CPResample>},
     {"Autocrop", nullptr},      {"ComposeImage", nullptr}, {"CartesianToPolar", nullptr}, {"PolarToCartesian", nullptr},
     {"LabelToColor", nullptr},  {"LabelToSize", nullptr},  {"LabelToFeature", nullptr},   {"Reorient", nullptr},
-    {"Pad", nullptr},           {"Serialize", nullptr},    {"Deserialize", nullptr},      {"Scale", nullptr},
+    {"Pad", nullptr},           {"Serialize", nullptr},    {"Deserialize", nullptr},      {"Scale", &Create<CPScale>},
     {"Split", nullptr},         {"Replicate", nullptr},    {"DeleteDuplicate", nullptr},
 }};
 
