@@ -2,6 +2,7 @@
 
 #include "PFlip.h"
 #include "PResample.h"
+#include "PResize.h"
 #include "PScale.h"
 #include "PSwitchAxes.h"
 #include "Value/ValueScalar.h"
@@ -33,7 +34,7 @@ constexpr std::array<StNode, 31> kNodes{{
     {"Flip", &Create<CPFlip>},  {"Emplace", nullptr},      {"Extract", nullptr},          {"Border", nullptr},
     {"Shrink", nullptr},        {"Translate", nullptr},    {"Expand", nullptr},           {"VolumeToPlane", nullptr},
     {"PlaneToVolume", nullptr}, {"SelectRays", nullptr},   {"SwitchAxes", &Create<CPSwitchAxes>},       {"LabelToValue", nullptr},
-    {"Append", nullptr},        {"Rotate", nullptr},       {"Resize", nullptr},           {"Resample", &Create<CPResample>},
+    {"Append", nullptr},        {"Rotate", nullptr},       {"Resize", &Create<CPResize>},           {"Resample", &Create<CPResample>},
     {"Autocrop", nullptr},      {"ComposeImage", nullptr}, {"CartesianToPolar", nullptr}, {"PolarToCartesian", nullptr},
     {"LabelToColor", nullptr},  {"LabelToSize", nullptr},  {"LabelToFeature", nullptr},   {"Reorient", nullptr},
     {"Pad", nullptr},           {"Serialize", nullptr},    {"Deserialize", nullptr},      {"Scale", &Create<CPScale>},
