@@ -122,8 +122,8 @@ template <bool Bilinear, class T, class Shift>
 /// So many elements of a row are resampled at a time, in passes over arrays that stay in the cache.
 constexpr int kBlock = 256;
 
-/// Up to this extent, and this number of rows in all planes, 32 bits hold every position that matters.
-constexpr std::int32_t kMostExtent = 1 << 30;
+/// In images of up to so many elements, 32 bits hold every position and every element's number.
+constexpr std::int32_t kMostElements = 1 << 30;
 
 /// Where the elements of a block come from along one axis.
 struct StPositions {
@@ -139,7 +139,7 @@ inline std::int32_t LimitedFloor(std::uint8_t shift) { return shift; }
 
 /// Shifts beyond the limit, and NaN, lead outside the image however far they are.
 inline std::int32_t LimitedFloor(float shift) {
-    constexpr float limit = kMostExtent;
+    constexpr float limit = kMostElements;
     const float floor = std::floor(shift);
     const float raised = floor > -limit ? floor : -limit;
     return static_cast<std::int32_t>(raised < limit ? raised : limit);
@@ -165,60 +165,75 @@ template <class Shift>
     positions.most = most;
 }
 
+/// Copies the elements of the given numbers.
 template <class T>
-[[gnu::always_inline]] inline void LoadBlock(const T* in, std::int64_t width, const StPositions& columns,
-                                             const StPositions& rows, int count, T* out) {
+[[gnu::always_inline]] inline void LoadBlock(const T* in, const std::int32_t* numbers, int count, T* out) {
     for (int i = 0; i < count; ++i) {
-        out[i] = in[width * rows.whole[i] + columns.whole[i]];
+        out[i] = in[numbers[i]];
     }
 }
 
+/// Mixes the elements of the given numbers with their neighbours.
 template <class T>
-[[gnu::always_inline]] inline void MixBlock(const T* in, std::int64_t width, const StPositions& columns,
-                                            const StPositions& rows, int count, T* out) {
+[[gnu::always_inline]] inline void MixBlock(const T* in, std::int64_t width, const std::int32_t* numbers,
+                                            const float* fractionsX, const float* fractionsY, int count, T* out) {
     T upper[2 * kBlock];
     T lower[2 * kBlock];
     for (int i = 0; i < count; ++i) {
-        const T* a = in + (width * rows.whole[i] + columns.whole[i]);
+        const T* a = in + numbers[i];
         std::memcpy(&upper[2 * i], a, 2 * sizeof(T));
         std::memcpy(&lower[2 * i], a + width, 2 * sizeof(T));
     }
     for (int i = 0; i < count; ++i) {
-        out[i] = Mix<T>(upper[2 * i], upper[2 * i + 1], lower[2 * i], lower[2 * i + 1], columns.fraction[i],
-                        rows.fraction[i]);
+        out[i] = Mix<T>(upper[2 * i], upper[2 * i + 1], lower[2 * i], lower[2 * i + 1], fractionsX[i], fractionsY[i]);
     }
+}
+
+/// Resamples the block if all of its sources, and their neighbours, lie inside; false if not.
+template <bool Bilinear, class T, class Shift>
+[[gnu::always_inline]] inline bool ResampleInnerBlock(const T* in, const StExtents& extents, const StPlace& place,
+                                                      const StShifts<Shift>& shifts, int count, T* out) {
+    const auto [width, height, depth] = extents;
+    constexpr int neighbours = Bilinear ? 1 : 0;
+    StPositions columns;
+    StPositions rows;
+    StPositions planes;
+    ShiftBlock(shifts.x, count, place.x, 1, columns);
+    ShiftBlock(shifts.y, count, place.y, 0, rows);
+    if (!columns.AreInside(width - neighbours) || !rows.AreInside(height - neighbours)) {
+        return false;
+    }
+    std::int32_t numbers[kBlock];
+    for (int i = 0; i < count; ++i) {
+        numbers[i] = static_cast<std::int32_t>(width) * rows.whole[i] + columns.whole[i];
+    }
+    const auto planeElements = static_cast<std::int32_t>(width * height);
+    if (shifts.z == nullptr) {
+        in += planeElements * place.z;
+    } else {
+        ShiftBlock(shifts.z, count, place.z, 0, planes);
+        if (!planes.AreInside(depth)) {
+            return false;
+        }
+        for (int i = 0; i < count; ++i) {
+            numbers[i] += planeElements * planes.whole[i];
+        }
+    }
+    if constexpr (Bilinear) {
+        MixBlock(in, width, numbers, columns.fraction, rows.fraction, count, out);
+    } else {
+        LoadBlock(in, numbers, count, out);
+    }
+    return true;
 }
 
 /// A block of `count` elements of a row from `place` on. The shifts and the output start there, too.
 template <bool Bilinear, class T, class Shift>
-MANI_VECTOR_VARIANTS void ResampleBlock(const T* in, const StExtents& extents, StPlace place, StShifts<Shift> shifts,
-                                        int count, T* out, T background) {
-    const auto [width, height, depth] = extents;
-    if (width <= kMostExtent && height * depth <= kMostExtent) {
-        StPositions columns;
-        StPositions rows;
-        ShiftBlock(shifts.x, count, place.x, 1, columns);
-        ShiftBlock(shifts.y, count, place.y, 0, rows);
-        constexpr int neighbours = Bilinear ? 1 : 0;
-        bool areInside = columns.AreInside(width - neighbours) && rows.AreInside(height - neighbours);
-        const T* plane = in + width * height * place.z;
-        if (areInside && shifts.z != nullptr) {
-            StPositions planes;
-            ShiftBlock(shifts.z, count, place.z, 0, planes);
-            areInside = planes.AreInside(depth);
-            plane = in;
-            for (int i = 0; i < count && areInside; ++i) {
-                rows.whole[i] += static_cast<std::int32_t>(height) * planes.whole[i];
-            }
-        }
-        if (areInside) {
-            if constexpr (Bilinear) {
-                MixBlock(plane, width, columns, rows, count, out);
-            } else {
-                LoadBlock(plane, width, columns, rows, count, out);
-            }
-            return;
-        }
+MANI_VECTOR_VARIANTS void ResampleBlock(const T* in, const StExtents& extents, StPlace place,
+                                        const StShifts<Shift>& shifts, int count, T* out, T background) {
+    if (extents.width * extents.height * extents.depth <= kMostElements &&
+        ResampleInnerBlock<Bilinear>(in, extents, place, shifts, count, out)) {
+        return;
     }
     for (int i = 0; i < count; ++i, ++place.x) {
         out[i] = ResampleElement<Bilinear>(in, extents, place, shifts.From(i), background);

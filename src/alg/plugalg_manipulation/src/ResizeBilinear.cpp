@@ -70,24 +70,42 @@ struct StMixedRow {
     std::uint16_t mean[kColumns];
 };
 
-template <class T> MANI_VECTOR_VARIANTS void PrepareRow(const T* in, const StColumns& columns, StSpreadRow<T>& row) {
-    for (int i = 0; i < columns.count; ++i) {
-        row.first[i] = in[columns.first[i]];
-        row.second[i] = in[columns.second[i]];
-    }
+template <class T>
+[[gnu::always_inline]] inline void PrepareElement(T first, T second, int /*part*/, int column, StSpreadRow<T>& row) {
+    row.first[column] = first;
+    row.second[column] = second;
 }
 
-MANI_VECTOR_VARIANTS void PrepareRow(const std::uint8_t* in, const StColumns& columns, StMixedRow& row) {
-    for (int i = 0; i < columns.count; ++i) {
-        const int part = columns.parts[i];
-        row.mean[i] = static_cast<std::uint16_t>(in[columns.first[i]] * (kParts - part) + in[columns.second[i]] * part);
+[[gnu::always_inline]] inline void PrepareElement(std::uint8_t first, std::uint8_t second, int part, int column,
+                                                  StMixedRow& row) {
+    row.mean[column] = static_cast<std::uint16_t>(first * (kParts - part) + second * part);
+}
+
+/// `Repeat` is the number of columns that each element of the input is spread to, where it is the same for all; else 0.
+template <int Repeat, class T, class Row>
+MANI_VECTOR_VARIANTS void PrepareRow(const T* in, const StColumns& columns, Row& __restrict row) {
+    if constexpr (Repeat == 0) {
+        for (int i = 0; i < columns.count; ++i) {
+            PrepareElement(in[columns.first[i]], in[columns.second[i]], columns.parts[i], i, row);
+        }
+    } else {
+        const T* source = in + columns.first[0];
+        const int last = columns.count / Repeat - 1;
+        for (int i = 0; i < last; ++i) {
+            for (int part = 0; part < Repeat; ++part) {
+                PrepareElement(source[i], source[i + 1], part * kParts / Repeat, Repeat * i + part, row);
+            }
+        }
+        for (int i = Repeat * last; i < columns.count; ++i) {
+            PrepareElement(in[columns.first[i]], in[columns.second[i]], columns.parts[i], i, row);
+        }
     }
 }
 
 /// The rule: each of the four products is narrowed to a float, their sum is one of floats.
 template <class T>
 MANI_VECTOR_VARIANTS void MixRows(const StColumns& columns, const StSpreadRow<T>& upper, const StSpreadRow<T>& lower,
-                                  double fraction, T* out) {
+                                  double fraction, T* __restrict out) {
     for (int i = 0; i < columns.count; ++i) {
         const double fx = columns.fraction[i];
         const double gx = 1.0 - fx;
@@ -108,7 +126,7 @@ MANI_VECTOR_VARIANTS void MixRows(const StColumns& columns, const StSpreadRow<T>
 /// With sixteenths the weights need so few bits that a product of doubles is exact, and narrowing it gives what a
 /// product of floats gives.
 MANI_VECTOR_VARIANTS void MixFloatRows(const StColumns& columns, const StSpreadRow<float>& upper,
-                                       const StSpreadRow<float>& lower, double fraction, float* out) {
+                                       const StSpreadRow<float>& lower, double fraction, float* __restrict out) {
     const auto fy = static_cast<float>(fraction);
     const float gy = 1.0F - fy;
     for (int i = 0; i < columns.count; ++i) {
@@ -124,7 +142,7 @@ MANI_VECTOR_VARIANTS void MixFloatRows(const StColumns& columns, const StSpreadR
 
 /// For bytes all of it is exact, and 16 bits hold the sum of 256ths.
 MANI_VECTOR_VARIANTS void MixByteRows(const StColumns& columns, const StMixedRow& upper, const StMixedRow& lower,
-                                      double fraction, std::uint8_t* out) {
+                                      double fraction, std::uint8_t* __restrict out) {
     const auto part = static_cast<std::uint16_t>(fraction * kParts);
     const auto rest = static_cast<std::uint16_t>(kParts - part);
     for (int i = 0; i < columns.count; ++i) {
@@ -133,21 +151,29 @@ MANI_VECTOR_VARIANTS void MixByteRows(const StColumns& columns, const StMixedRow
     }
 }
 
+template <class T, class Row> using PrepareFunction = void (*)(const T*, const StColumns&, Row&);
 template <class T, class Row> using MixFunction = void (*)(const StColumns&, const Row&, const Row&, double, T*);
 
-template <class T, class Row> void ResizeRows(const CImage& input, CImage& output, MixFunction<T, Row> mix) {
+template <class T, class Row> PrepareFunction<T, Row> ChoosePrepareRow(double ratio) {
+    return ratio == 1.0   ? &PrepareRow<1, T, Row>
+           : ratio == 2.0 ? &PrepareRow<2, T, Row>
+           : ratio == 4.0 ? &PrepareRow<4, T, Row>
+                          : &PrepareRow<0, T, Row>;
+}
+
+/// Neighbouring rows of the output share the rows of the input, which are prepared once.
+template <class T, class Row>
+void ResizeRows(const CImage& input, CImage& output, double ratioX, double ratioY, MixFunction<T, Row> mixRows) {
     const auto [width, height, depth] = Extents(input);
     const auto [outWidth, outHeight, outDepth] = Extents(output);
-    const double ratioX = static_cast<double>(outWidth) / static_cast<double>(width);
-    const double ratioY = static_cast<double>(outHeight) / static_cast<double>(height);
-    const T* in = Elements<T>(input);
+    const auto prepareRow = ChoosePrepareRow<T, Row>(ratioX);
     Row rows[2];
     for (std::int64_t left = 0; left < outWidth; left += kColumns) {
-        const StColumns columns(left, static_cast<int>(std::min<std::int64_t>(kColumns, outWidth - left)), ratioX,
-                                width);
+        const int count = static_cast<int>(std::min<std::int64_t>(kColumns, outWidth - left));
+        const StColumns columns(left, count, ratioX, width);
         Row* upper = &rows[0];
         Row* lower = &rows[1];
-        std::int64_t upperY = -1; // the input rows that are prepared
+        std::int64_t upperY = -1; // the rows that are prepared
         std::int64_t lowerY = -1;
         for (std::int64_t y = 0; y < outHeight; ++y) {
             const StBetween row = Between(y, ratioY, height);
@@ -156,14 +182,14 @@ template <class T, class Row> void ResizeRows(const CImage& input, CImage& outpu
                 std::swap(upperY, lowerY);
             }
             if (row.first != upperY) {
-                PrepareRow(in + width * row.first, columns, *upper);
+                prepareRow(Elements<T>(input) + width * row.first, columns, *upper);
                 upperY = row.first;
             }
             if (row.second != lowerY) {
-                PrepareRow(in + width * row.second, columns, *lower);
+                prepareRow(Elements<T>(input) + width * row.second, columns, *lower);
                 lowerY = row.second;
             }
-            mix(columns, *upper, *lower, row.fraction, Elements<T>(output) + outWidth * y + left);
+            mixRows(columns, *upper, *lower, row.fraction, Elements<T>(output) + outWidth * y + left);
         }
     }
 }
@@ -182,11 +208,12 @@ std::unique_ptr<CImage> ResizeBilinear(const CImage& input, double factorX, doub
     const double ratioY = static_cast<double>(outHeight) / static_cast<double>(height);
     const bool hasSixteenths = HasSixteenths(ratioX) && HasSixteenths(ratioY);
     if (input.Type() == IMAGE_GREY_F) {
-        ResizeRows<float, StSpreadRow<float>>(input, *output, hasSixteenths ? &MixFloatRows : &MixRows<float>);
+        ResizeRows<float, StSpreadRow<float>>(input, *output, ratioX, ratioY,
+                                              hasSixteenths ? &MixFloatRows : &MixRows<float>);
     } else if (hasSixteenths) {
-        ResizeRows<std::uint8_t, StMixedRow>(input, *output, &MixByteRows);
+        ResizeRows<std::uint8_t, StMixedRow>(input, *output, ratioX, ratioY, &MixByteRows);
     } else {
-        ResizeRows<std::uint8_t, StSpreadRow<std::uint8_t>>(input, *output, &MixRows<std::uint8_t>);
+        ResizeRows<std::uint8_t, StSpreadRow<std::uint8_t>>(input, *output, ratioX, ratioY, &MixRows<std::uint8_t>);
     }
     return output;
 }
