@@ -23,6 +23,15 @@ public:
     std::int64_t Last(std::int64_t first) const { return std::min(first + m_reach, m_last); }
     std::int64_t Reach() const { return m_reach; }
 
+    std::vector<std::int64_t> Firsts(std::int64_t outExtent) const {
+        std::vector<std::int64_t> firsts(static_cast<std::size_t>(outExtent));
+        std::int64_t position = 0;
+        for (std::int64_t& first : firsts) {
+            first = First(position++);
+        }
+        return firsts;
+    }
+
 private:
     std::int64_t m_last;
     double m_ratio;
@@ -42,18 +51,17 @@ template <class Sum> MANI_VECTOR_VARIANTS void AddRow(const std::uint8_t* in, st
 template <class Sum>
 void MeansOfBytes(const CImage& input, const CWindows& columns, const CWindows& rows, CImage& output) {
     const std::int64_t width = input.Size().x;
-    const auto* in = Elements<std::uint8_t>(input);
     auto* out = Elements<float>(output);
+    const std::vector<std::int64_t> lefts = columns.Firsts(output.Size().x);
     std::vector<Sum> sums(static_cast<std::size_t>(width));
     for (std::int64_t outY = 0; outY < output.Size().y; ++outY) {
         const std::int64_t top = rows.First(outY);
         const std::int64_t bottom = rows.Last(top);
         std::fill(sums.begin(), sums.end(), Sum{0});
         for (std::int64_t y = top; y <= bottom; ++y) {
-            AddRow(in + width * y, width, sums.data());
+            AddRow(Elements<std::uint8_t>(input) + width * y, width, sums.data());
         }
-        for (std::int64_t outX = 0; outX < output.Size().x; ++outX) {
-            const std::int64_t left = columns.First(outX);
+        for (const std::int64_t left : lefts) {
             const std::int64_t right = columns.Last(left);
             std::int64_t sum = 0;
             for (std::int64_t x = left; x <= right; ++x) {
@@ -64,46 +72,50 @@ void MeansOfBytes(const CImage& input, const CWindows& columns, const CWindows& 
     }
 }
 
-/// So many columns of the output are summed at a time, for all rows.
-constexpr int kColumns = 256;
-
-/// Adds one element to each sum: that at the window's first column.
-template <int Step>
-MANI_VECTOR_VARIANTS void AddElements(const float* in, const std::int64_t* firsts, int count, double* sums) {
-    for (int i = 0; i < count; ++i) {
-        sums[i] += in[Step == 0 ? firsts[i] : std::int64_t{Step} * i];
+/// The sums of windows that begin in the columns `lefts` of the row `in`, each in the order of its elements. Windows
+/// advance together, so that their sums don't wait for one another.
+template <int Windows>
+void SumWindows(const float* in, std::int64_t width, const std::int64_t* lefts, std::int64_t windowWidth,
+                std::int64_t windowHeight, double* out) {
+    double sums[Windows] = {};
+    for (std::int64_t y = 0; y < windowHeight; ++y) {
+        const float* windows[Windows];
+        for (int i = 0; i < Windows; ++i) {
+            windows[i] = in + width * y + lefts[i];
+        }
+        for (std::int64_t x = 0; x < windowWidth; ++x) {
+            for (int i = 0; i < Windows; ++i) {
+                sums[i] += windows[i][x];
+            }
+        }
     }
+    std::copy(sums, sums + Windows, out);
 }
 
-/// Sums of floats depend on their order: those of neighbouring columns advance together, each in the order of its
-/// window's elements.
 void MeansOfFloats(const CImage& input, const CWindows& columns, const CWindows& rows, CImage& output) {
+    constexpr int together = 8;
     const std::int64_t width = input.Size().x;
-    const std::int64_t outWidth = output.Size().x;
-    for (std::int64_t outLeft = 0; outLeft < outWidth; outLeft += kColumns) {
-        const int count = static_cast<int>(std::min<std::int64_t>(kColumns, outWidth - outLeft));
-        std::int64_t firsts[kColumns];
-        for (int i = 0; i < count; ++i) {
-            firsts[i] = columns.First(outLeft + i);
+    const std::int64_t windowWidth = columns.Reach() + 1; // of those that the edge doesn't cut
+    const std::vector<std::int64_t> lefts = columns.Firsts(output.Size().x);
+    auto* out = Elements<float>(output);
+    for (std::int64_t outY = 0; outY < output.Size().y; ++outY) {
+        const std::int64_t top = rows.First(outY);
+        const std::int64_t windowHeight = rows.Last(top) - top + 1;
+        const float* in = Elements<float>(input) + width * top;
+        const std::int64_t* left = lefts.data();
+        const std::int64_t* const end = left + lefts.size();
+        for (; end - left >= together && left[together - 1] + windowWidth <= width; left += together) {
+            double sums[together];
+            SumWindows<together>(in, width, left, windowWidth, windowHeight, sums);
+            for (const double sum : sums) {
+                *out++ = Mean(sum, windowWidth * windowHeight);
+            }
         }
-        for (std::int64_t outY = 0; outY < output.Size().y; ++outY) {
-            const std::int64_t top = rows.First(outY);
-            const std::int64_t bottom = rows.Last(top);
-            double sums[kColumns] = {};
-            for (std::int64_t y = top; y <= bottom; ++y) {
-                const float* row = Elements<float>(input) + width * y;
-                int inside = count; // columns whose windows reach to here
-                for (std::int64_t x = 0; x <= columns.Reach(); ++x) {
-                    while (inside > 0 && firsts[inside - 1] + x >= width) {
-                        --inside;
-                    }
-                    AddElements<0>(row + x, firsts, inside, sums);
-                }
-            }
-            float* out = Elements<float>(output) + outWidth * outY + outLeft;
-            for (int i = 0; i < count; ++i) {
-                out[i] = Mean(sums[i], (columns.Last(firsts[i]) - firsts[i] + 1) * (bottom - top + 1));
-            }
+        for (; left != end; ++left) {
+            const std::int64_t cutWidth = std::min(windowWidth, width - *left);
+            double sum = 0.0;
+            SumWindows<1>(in, width, left, cutWidth, windowHeight, &sum);
+            *out++ = Mean(sum, cutWidth * windowHeight);
         }
     }
 }

@@ -64,25 +64,39 @@ std::int64_t Reflected(std::int64_t index, std::int64_t extent) {
 constexpr int kRows = 16;
 
 /// Half of them, as one vector for each precision.
-constexpr int kLanes = 8;
+constexpr int kLanes = kRows / 2;
 using Singles [[gnu::vector_size(kLanes * sizeof(float))]] = float;
 using Doubles [[gnu::vector_size(kLanes * sizeof(double))]] = double;
 
-/// A weighted sum of columns of `kRows` floats, each row's in the order of the columns.
-MANI_VECTOR_VARIANTS void AddColumns(const float* columns, const double* weights, std::int64_t count, float* out) {
-    Doubles upper = {};
-    Doubles lower = {};
-    for (std::int64_t t = 0; t < count; ++t) {
-        Singles half;
-        std::memcpy(&half, columns + kRows * t, sizeof half);
-        upper += __builtin_convertvector(half, Doubles) * weights[t];
-        std::memcpy(&half, columns + kRows * t + kLanes, sizeof half);
-        lower += __builtin_convertvector(half, Doubles) * weights[t];
+/// Weighted sums of neighbouring columns of `kRows` numbers, each row's in the order of the columns: one sum for each
+/// of the `firsts`, from that column on, with weights of its own.
+MANI_VECTOR_VARIANTS void AddColumns(const double* columns, const std::vector<std::int64_t>& firsts,
+                                     const double* weights, std::int64_t size, float* out) {
+    for (const std::int64_t first : firsts) {
+        Doubles upper = {};
+        Doubles lower = {};
+        const double* column = columns + kRows * first;
+        for (std::int64_t t = 0; t < size; ++t) {
+            Doubles numbers;
+            std::memcpy(&numbers, column, sizeof numbers);
+            upper += numbers * weights[t];
+            std::memcpy(&numbers, column + kLanes, sizeof numbers);
+            lower += numbers * weights[t];
+            column += kRows;
+        }
+        const Singles upperSums = __builtin_convertvector(upper, Singles);
+        const Singles lowerSums = __builtin_convertvector(lower, Singles);
+        std::memcpy(out, &upperSums, sizeof upperSums);
+        std::memcpy(out + kLanes, &lowerSums, sizeof lowerSums);
+        weights += size;
+        out += kRows;
     }
-    const Singles upperOut = __builtin_convertvector(upper, Singles);
-    const Singles lowerOut = __builtin_convertvector(lower, Singles);
-    std::memcpy(out, &upperOut, sizeof upperOut);
-    std::memcpy(out + kLanes, &lowerOut, sizeof lowerOut);
+}
+
+MANI_VECTOR_VARIANTS void Widen(const float* in, std::int64_t count, double* __restrict out) {
+    for (std::int64_t i = 0; i < count; ++i) {
+        out[i] = in[i];
+    }
 }
 
 /// Columns of the input from `first` on as floats; those outside are reflected.
@@ -102,46 +116,67 @@ MANI_VECTOR_VARIANTS void CopyReflected(const T* in, std::int64_t width, std::in
     }
 }
 
-/// The weights of a few neighbouring columns of the output are computed once for all rows. Rows are the lanes of the
-/// sums: so the input is transposed before and the output after.
+/// The weights of neighbouring columns of the output are computed once for all rows. Rows are the lanes of the sums: so
+/// the input is transposed before and the output after.
 template <class T> void SmoothRows(const CImage& input, const CGausKernel& kernel, CImage& output) {
-    const std::int64_t width = input.Size().x;
-    const std::int64_t height = input.Size().y;
+    constexpr std::int64_t mostWeights = 16384; // that stay in the cache
+    const auto [width, height, depth] = Extents(input);
     const std::int64_t outWidth = output.Size().x;
     const std::int64_t size = kernel.Size();
-    const std::int64_t most = std::max<std::int64_t>(1, 1024 / size); // columns at a time
-    std::vector<double> weights(static_cast<std::size_t>(most * size));
+    const std::int64_t most = std::max<std::int64_t>(1, mostWeights / size); // columns at a time
+    std::vector<double> weights;
+    std::vector<std::int64_t> firsts;
     std::vector<float> rows;
     std::vector<float> columns;
-    std::vector<float> sums(static_cast<std::size_t>(most * kRows));
+    std::vector<double> wideColumns;
+    std::vector<float> sums;
     for (std::int64_t left = 0; left < outWidth; left += most) {
         const std::int64_t count = std::min(most, outWidth - left);
-        for (std::int64_t x = 0; x < count; ++x) {
-            kernel.Weights(left + x, weights.data() + size * x);
-        }
         const std::int64_t first = kernel.First(left);
         const std::int64_t span = kernel.First(left + count - 1) + size - first;
-        rows.resize(static_cast<std::size_t>(span * kRows));
-        columns.resize(static_cast<std::size_t>(span * kRows));
+        weights.resize(static_cast<std::size_t>(size * count));
+        firsts.clear();
+        for (std::int64_t x = 0; x < count; ++x) {
+            kernel.Weights(left + x, weights.data() + size * x);
+            firsts.push_back(kernel.First(left + x) - first);
+        }
+        rows.resize(static_cast<std::size_t>(kRows * span));
+        columns.resize(rows.size());
+        wideColumns.resize(rows.size());
+        sums.resize(static_cast<std::size_t>(kRows * count));
         for (std::int64_t top = 0; top < height; top += kRows) {
             const std::int64_t inside = std::min<std::int64_t>(kRows, height - top);
             for (std::int64_t y = 0; y < inside; ++y) {
                 CopyReflected(Elements<T>(input) + width * (top + y), width, first, span, rows.data() + span * y);
             }
             TransposePlane<float>(rows.data(), span, span, kRows, columns.data(), kRows);
-            for (std::int64_t x = 0; x < count; ++x) {
-                AddColumns(columns.data() + kRows * (kernel.First(left + x) - first), weights.data() + size * x, size,
-                           sums.data() + kRows * x);
-            }
+            Widen(columns.data(), kRows * span, wideColumns.data());
+            AddColumns(wideColumns.data(), firsts, weights.data(), size, sums.data());
             TransposePlane<float>(sums.data(), kRows, inside, count, Elements<float>(output) + outWidth * top + left,
                                   outWidth);
         }
     }
 }
 
-MANI_VECTOR_VARIANTS void AddWeightedRow(const float* in, double weight, std::int64_t width, double* sums) {
-    for (std::int64_t x = 0; x < width; ++x) {
-        sums[x] += in[x] * weight;
+/// Adds rows of neighbouring numbers, each with its weight, one after the other: four at a time, so that the sums are
+/// fetched and stored less often.
+MANI_VECTOR_VARIANTS void AddRows(const std::vector<const float*>& rows, const std::vector<double>& weights,
+                                  std::int64_t left, std::int64_t count, double* __restrict sums) {
+    std::size_t t = 0;
+    for (; t + 4 <= rows.size(); t += 4) {
+        const float* a = rows[t] + left;
+        const float* b = rows[t + 1] + left;
+        const float* c = rows[t + 2] + left;
+        const float* d = rows[t + 3] + left;
+        for (std::int64_t x = 0; x < count; ++x) {
+            const double sum = (sums[x] + a[x] * weights[t]) + b[x] * weights[t + 1];
+            sums[x] = (sum + c[x] * weights[t + 2]) + d[x] * weights[t + 3];
+        }
+    }
+    for (; t < rows.size(); ++t) {
+        for (std::int64_t x = 0; x < count; ++x) {
+            sums[x] += rows[t][left + x] * weights[t];
+        }
     }
 }
 
@@ -153,19 +188,19 @@ template <class T> MANI_VECTOR_VARIANTS void StoreRow(const double* sums, std::i
 
 template <class T> void SmoothColumns(const CImage& input, const CGausKernel& kernel, CImage& output) {
     constexpr std::int64_t most = 512; // columns at a time
-    const std::int64_t width = input.Size().x;
-    const std::int64_t height = input.Size().y;
+    const auto [width, height, depth] = Extents(input);
     std::vector<double> weights(static_cast<std::size_t>(kernel.Size()));
+    std::vector<const float*> rows(weights.size());
     for (std::int64_t y = 0; y < output.Size().y; ++y) {
         kernel.Weights(y, weights.data());
+        std::int64_t source = kernel.First(y);
+        for (const float*& row : rows) {
+            row = Elements<float>(input) + width * Reflected(source++, height);
+        }
         for (std::int64_t left = 0; left < width; left += most) {
             const std::int64_t count = std::min(most, width - left);
             double sums[most] = {};
-            for (std::int64_t t = 0; t < kernel.Size(); ++t) {
-                const std::int64_t row = Reflected(kernel.First(y) + t, height);
-                AddWeightedRow(Elements<float>(input) + width * row + left, weights[static_cast<std::size_t>(t)], count,
-                               sums);
-            }
+            AddRows(rows, weights, left, count, sums);
             StoreRow(sums, count, Elements<T>(output) + width * y + left);
         }
     }
