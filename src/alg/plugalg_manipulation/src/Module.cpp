@@ -17,10 +17,14 @@
 #include "PPad.h"
 #include "PPlaneToVolume.h"
 #include "PReplicate.h"
+#include "PResample.h"
+#include "PResize.h"
+#include "PScale.h"
 #include "PSelectRays.h"
 #include "PSerialize.h"
 #include "PShrink.h"
 #include "PSplit.h"
+#include "PSwitchAxes.h"
 #include "PTranslate.h"
 #include "PVolumeToPlane.h"
 #include "Value/ValueScalar.h"
@@ -59,12 +63,12 @@ constexpr std::array<StNode, 31> kNodes{{
     {"VolumeToPlane", &Create<CPVolumeToPlane>},
     {"PlaneToVolume", &Create<CPPlaneToVolume>},
     {"SelectRays", &Create<CPSelectRays>},
-    {"SwitchAxes", nullptr},
+    {"SwitchAxes", &Create<CPSwitchAxes>},
     {"LabelToValue", &Create<CPLabelToValue>},
     {"Append", &Create<CPAppend>},
     {"Rotate", nullptr},
-    {"Resize", nullptr},
-    {"Resample", nullptr},
+    {"Resize", &Create<CPResize>},
+    {"Resample", &Create<CPResample>},
     {"Autocrop", &Create<CPAutocrop>},
     {"ComposeImage", &Create<CPComposeImage>},
     {"CartesianToPolar", nullptr},
@@ -76,7 +80,7 @@ constexpr std::array<StNode, 31> kNodes{{
     {"Pad", &Create<CPPad>},
     {"Serialize", &Create<CPSerialize>},
     {"Deserialize", &Create<CPDeserialize>},
-    {"Scale", nullptr},
+    {"Scale", &Create<CPScale>},
     {"Split", &Create<CPSplit>},
     {"Replicate", &Create<CPReplicate>},
     {"DeleteDuplicate", &Create<CPDeleteDuplicate>},

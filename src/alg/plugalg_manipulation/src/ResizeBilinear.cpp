@@ -1,0 +1,221 @@
+#include "Elements.h"
+#include "Numbers.h"
+#include "Output.h"
+#include "Resize.h"
+#include "VectorVariants.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace QUOR::manipulation {
+
+namespace {
+
+/// Where an element of the output lies between two elements of the input, along one axis.
+struct StBetween {
+    std::int64_t first;
+    std::int64_t second; ///< past the edge, the last element repeats
+    double fraction;
+};
+
+StBetween Between(std::int64_t position, double ratio, std::int64_t extent) {
+    const double place = static_cast<double>(position) / ratio;
+    const std::int64_t first = TruncateTo64(place);
+    return {first, first + 1 < extent ? first + 1 : first, place - static_cast<double>(first)};
+}
+
+/// So many columns of the output are computed at a time, for all rows.
+constexpr int kColumns = 1024;
+
+/// Fractions as whole numbers of this part; see `HasSixteenths`.
+constexpr int kParts = 16;
+
+/// The columns of a part of all rows of the output.
+struct StColumns {
+    StColumns(std::int64_t left, int number, double ratio, std::int64_t width) : count(number) {
+        for (int i = 0; i < count; ++i) {
+            const StBetween column = Between(left + i, ratio, width);
+            first[i] = column.first;
+            second[i] = column.second;
+            fraction[i] = column.fraction;
+            single[i] = static_cast<float>(column.fraction);
+            parts[i] = static_cast<std::uint16_t>(column.fraction * kParts);
+        }
+    }
+
+    int count;
+    std::int64_t first[kColumns];
+    std::int64_t second[kColumns];
+    double fraction[kColumns];
+    float single[kColumns];        ///< the fraction, where it is a whole number of parts
+    std::uint16_t parts[kColumns]; ///< that number
+};
+
+/// With a ratio of 1, 2, 4, 8 or 16, or one of their inverses and so on, every fraction is a whole number of
+/// sixteenths.
+bool HasSixteenths(double ratio) {
+    int exponent = 0;
+    return std::frexp(ratio, &exponent) == 0.5 && ratio <= kParts;
+}
+
+/// A row of the input, spread to the columns of the output: the two elements that each column lies between.
+template <class T> struct StSpreadRow {
+    T first[kColumns];
+    T second[kColumns];
+};
+
+/// A row of bytes, interpolated at the columns of the output, in sixteenths.
+struct StMixedRow {
+    std::uint16_t mean[kColumns];
+};
+
+template <class T>
+[[gnu::always_inline]] inline void PrepareElement(T first, T second, int /*part*/, int column, StSpreadRow<T>& row) {
+    row.first[column] = first;
+    row.second[column] = second;
+}
+
+[[gnu::always_inline]] inline void PrepareElement(std::uint8_t first, std::uint8_t second, int part, int column,
+                                                  StMixedRow& row) {
+    row.mean[column] = static_cast<std::uint16_t>(first * (kParts - part) + second * part);
+}
+
+/// `Repeat` is the number of columns that each element of the input is spread to, where it is the same for all; else 0.
+template <int Repeat, class T, class Row>
+MANI_VECTOR_VARIANTS void PrepareRow(const T* in, const StColumns& columns, Row& __restrict row) {
+    if constexpr (Repeat == 0) {
+        for (int i = 0; i < columns.count; ++i) {
+            PrepareElement(in[columns.first[i]], in[columns.second[i]], columns.parts[i], i, row);
+        }
+    } else {
+        const T* source = in + columns.first[0];
+        const int last = columns.count / Repeat - 1;
+        for (int i = 0; i < last; ++i) {
+            for (int part = 0; part < Repeat; ++part) {
+                PrepareElement(source[i], source[i + 1], part * kParts / Repeat, Repeat * i + part, row);
+            }
+        }
+        for (int i = Repeat * last; i < columns.count; ++i) {
+            PrepareElement(in[columns.first[i]], in[columns.second[i]], columns.parts[i], i, row);
+        }
+    }
+}
+
+/// The rule: each of the four products is narrowed to a float, their sum is one of floats.
+template <class T>
+MANI_VECTOR_VARIANTS void MixRows(const StColumns& columns, const StSpreadRow<T>& upper, const StSpreadRow<T>& lower,
+                                  double fraction, T* __restrict out) {
+    for (int i = 0; i < columns.count; ++i) {
+        const double fx = columns.fraction[i];
+        const double gx = 1.0 - fx;
+        const double gy = 1.0 - fraction;
+        const auto a = static_cast<float>(upper.first[i] * (gx * gy));
+        const auto b = static_cast<float>(lower.first[i] * (gx * fraction));
+        const auto c = static_cast<float>(upper.second[i] * (gy * fx));
+        const auto d = static_cast<float>(lower.second[i] * (fraction * fx));
+        const float sum = ((a + b) + c) + d;
+        if constexpr (std::is_floating_point_v<T>) {
+            out[i] = sum;
+        } else {
+            out[i] = static_cast<T>(static_cast<std::int32_t>(sum));
+        }
+    }
+}
+
+/// With sixteenths the weights need so few bits that a product of doubles is exact, and narrowing it gives what a
+/// product of floats gives.
+MANI_VECTOR_VARIANTS void MixFloatRows(const StColumns& columns, const StSpreadRow<float>& upper,
+                                       const StSpreadRow<float>& lower, double fraction, float* __restrict out) {
+    const auto fy = static_cast<float>(fraction);
+    const float gy = 1.0F - fy;
+    for (int i = 0; i < columns.count; ++i) {
+        const float fx = columns.single[i];
+        const float gx = 1.0F - fx;
+        const float a = upper.first[i] * (gx * gy);
+        const float b = lower.first[i] * (gx * fy);
+        const float c = upper.second[i] * (gy * fx);
+        const float d = lower.second[i] * (fy * fx);
+        out[i] = ((a + b) + c) + d;
+    }
+}
+
+/// For bytes all of it is exact, and 16 bits hold the sum of 256ths.
+MANI_VECTOR_VARIANTS void MixByteRows(const StColumns& columns, const StMixedRow& upper, const StMixedRow& lower,
+                                      double fraction, std::uint8_t* __restrict out) {
+    const auto part = static_cast<std::uint16_t>(fraction * kParts);
+    const auto rest = static_cast<std::uint16_t>(kParts - part);
+    for (int i = 0; i < columns.count; ++i) {
+        const auto sum = static_cast<std::uint16_t>(upper.mean[i] * rest + lower.mean[i] * part);
+        out[i] = static_cast<std::uint8_t>(sum / (kParts * kParts));
+    }
+}
+
+template <class T, class Row> using PrepareFunction = void (*)(const T*, const StColumns&, Row&);
+template <class T, class Row> using MixFunction = void (*)(const StColumns&, const Row&, const Row&, double, T*);
+
+template <class T, class Row> PrepareFunction<T, Row> ChoosePrepareRow(double ratio) {
+    return ratio == 1.0   ? &PrepareRow<1, T, Row>
+           : ratio == 2.0 ? &PrepareRow<2, T, Row>
+           : ratio == 4.0 ? &PrepareRow<4, T, Row>
+                          : &PrepareRow<0, T, Row>;
+}
+
+/// Neighbouring rows of the output share the rows of the input, which are prepared once.
+template <class T, class Row>
+void ResizeRows(const CImage& input, CImage& output, double ratioX, double ratioY, MixFunction<T, Row> mixRows) {
+    const auto [width, height, depth] = Extents(input);
+    const auto [outWidth, outHeight, outDepth] = Extents(output);
+    const auto prepareRow = ChoosePrepareRow<T, Row>(ratioX);
+    Row rows[2];
+    for (std::int64_t left = 0; left < outWidth; left += kColumns) {
+        const int count = static_cast<int>(std::min<std::int64_t>(kColumns, outWidth - left));
+        const StColumns columns(left, count, ratioX, width);
+        Row* upper = &rows[0];
+        Row* lower = &rows[1];
+        std::int64_t upperY = -1; // the rows that are prepared
+        std::int64_t lowerY = -1;
+        for (std::int64_t y = 0; y < outHeight; ++y) {
+            const StBetween row = Between(y, ratioY, height);
+            if (row.first == lowerY) {
+                std::swap(upper, lower);
+                std::swap(upperY, lowerY);
+            }
+            if (row.first != upperY) {
+                prepareRow(Elements<T>(input) + width * row.first, columns, *upper);
+                upperY = row.first;
+            }
+            if (row.second != lowerY) {
+                prepareRow(Elements<T>(input) + width * row.second, columns, *lower);
+                lowerY = row.second;
+            }
+            mixRows(columns, *upper, *lower, row.fraction, Elements<T>(output) + outWidth * y + left);
+        }
+    }
+}
+
+} // namespace
+
+std::unique_ptr<CImage> ResizeBilinear(const CImage& input, double factorX, double factorY) {
+    const auto [width, height, depth] = Extents(input);
+    auto output = NewImage(input.Type(), CSize(TruncateTo64(static_cast<double>(width) * factorX + 0.5),
+                                               TruncateTo64(static_cast<double>(height) * factorY + 0.5)));
+    if (IsEmpty(*output)) {
+        return output;
+    }
+    const auto [outWidth, outHeight, outDepth] = Extents(*output);
+    const double ratioX = static_cast<double>(outWidth) / static_cast<double>(width);
+    const double ratioY = static_cast<double>(outHeight) / static_cast<double>(height);
+    const bool hasSixteenths = HasSixteenths(ratioX) && HasSixteenths(ratioY);
+    if (input.Type() == IMAGE_GREY_F) {
+        ResizeRows<float, StSpreadRow<float>>(input, *output, ratioX, ratioY,
+                                              hasSixteenths ? &MixFloatRows : &MixRows<float>);
+    } else if (hasSixteenths) {
+        ResizeRows<std::uint8_t, StMixedRow>(input, *output, ratioX, ratioY, &MixByteRows);
+    } else {
+        ResizeRows<std::uint8_t, StSpreadRow<std::uint8_t>>(input, *output, ratioX, ratioY, &MixRows<std::uint8_t>);
+    }
+    return output;
+}
+
+} // namespace QUOR::manipulation
