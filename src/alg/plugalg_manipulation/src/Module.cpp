@@ -1,6 +1,7 @@
 // The four functions that the module shows to a host.
 
 #include "PFlip.h"
+#include "PRotate.h"
 #include "Value/ValueScalar.h"
 #include "Value/ValueVector.h"
 #include "plugin/Node.h"
@@ -27,14 +28,37 @@ template <class Node> IPluginObject* Create() { return new Node; }
 
 /// All nodes, in the order in which they are listed.
 constexpr std::array<StNode, 31> kNodes{{
-    {"Flip", &Create<CPFlip>},  {"Emplace", nullptr},      {"Extract", nullptr},          {"Border", nullptr},
-    {"Shrink", nullptr},        {"Translate", nullptr},    {"Expand", nullptr},           {"VolumeToPlane", nullptr},
-    {"PlaneToVolume", nullptr}, {"SelectRays", nullptr},   {"SwitchAxes", nullptr},       {"LabelToValue", nullptr},
-    {"Append", nullptr},        {"Rotate", nullptr},       {"Resize", nullptr},           {"Resample", nullptr},
-    {"Autocrop", nullptr},      {"ComposeImage", nullptr}, {"CartesianToPolar", nullptr}, {"PolarToCartesian", nullptr},
-    {"LabelToColor", nullptr},  {"LabelToSize", nullptr},  {"LabelToFeature", nullptr},   {"Reorient", nullptr},
-    {"Pad", nullptr},           {"Serialize", nullptr},    {"Deserialize", nullptr},      {"Scale", nullptr},
-    {"Split", nullptr},         {"Replicate", nullptr},    {"DeleteDuplicate", nullptr},
+    {"Flip", &Create<CPFlip>},
+    {"Emplace", nullptr},
+    {"Extract", nullptr},
+    {"Border", nullptr},
+    {"Shrink", nullptr},
+    {"Translate", nullptr},
+    {"Expand", nullptr},
+    {"VolumeToPlane", nullptr},
+    {"PlaneToVolume", nullptr},
+    {"SelectRays", nullptr},
+    {"SwitchAxes", nullptr},
+    {"LabelToValue", nullptr},
+    {"Append", nullptr},
+    {"Rotate", &Create<CPRotate>},
+    {"Resize", nullptr},
+    {"Resample", nullptr},
+    {"Autocrop", nullptr},
+    {"ComposeImage", nullptr},
+    {"CartesianToPolar", nullptr},
+    {"PolarToCartesian", nullptr},
+    {"LabelToColor", nullptr},
+    {"LabelToSize", nullptr},
+    {"LabelToFeature", nullptr},
+    {"Reorient", nullptr},
+    {"Pad", nullptr},
+    {"Serialize", nullptr},
+    {"Deserialize", nullptr},
+    {"Scale", nullptr},
+    {"Split", nullptr},
+    {"Replicate", nullptr},
+    {"DeleteDuplicate", nullptr},
 }};
 
 /// When the module was loaded, in seconds since 1970.
