@@ -370,7 +370,7 @@ TEST(Rotate, KeepsOrFollowsTheSize) {
     EXPECT_EQ(size(45.0, false, CSize(100, 100)), CSize(100, 100, 1));
     // The corners lie at 0, 8.66, 2.5 and 11.16 in x, at 0, -4.99.., 4.33 and -0.67 in y.
     EXPECT_EQ(size(30.0, true, CSize(10, 5, 2)), CSize(14, 11, 2));
-    EXPECT_EQ(size(90.5, true, CSize(10, 5)), CSize(7, 12, 1)) << "x from -0.09 to 4.99.., y from -10.04 to 0";
+    EXPECT_EQ(size(90.5, true, CSize(10, 5)), CSize(7, 13, 1)) << "x from -0.09 to 4.99.., y from -10.04 to 0";
     EXPECT_EQ(size(90.0, false, CSize(10, 5)), CSize(10, 5, 1));
 }
 

@@ -28,7 +28,7 @@ inline bool FitsCells(std::int64_t width, std::int64_t height) {
 }
 
 /// The cells under the columns from `first` on, all of whose positions are inside the plane.
-[[gnu::always_inline]] inline void FindCells(const StRowLine& x, const StRowLine& y, std::int64_t first, int count,
+[[gnu::always_inline]] inline void FindCells(StRowLine x, StRowLine y, std::int64_t first, int count,
                                              std::int32_t width, StCells& cells) {
     const auto start = static_cast<double>(first);
     for (int i = 0; i < count; ++i) {

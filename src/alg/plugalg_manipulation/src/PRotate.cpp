@@ -135,8 +135,8 @@ template <class T> struct StNeighbours {
     }
 };
 
-MANI_VECTOR_VARIANTS void FindNearest(const StRowLine& x, const StRowLine& y, std::int64_t first, int count,
-                                      std::int32_t width, std::int32_t* element) {
+MANI_VECTOR_VARIANTS void FindNearest(StRowLine x, StRowLine y, std::int64_t first, int count, std::int32_t width,
+                                      std::int32_t* element) {
     const auto start = static_cast<double>(first);
     for (int i = 0; i < count; ++i) {
         const double sx = x.At(start + i);
