@@ -218,6 +218,8 @@ template <class T> MANI_VECTOR_VARIANTS void MixTaps(const StTaps<T>& taps, cons
 /// The next element; a fraction of exactly 0.5 goes to the higher neighbour.
 template <class T> class CNearest {
 public:
+    explicit CNearest(std::int64_t width) : m_width(static_cast<std::int32_t>(width)) {}
+
     static StArea Served(double width, double height) { return {-1.0, width, -1.0, height}; }
     static StArea Inner(double width, double height) { return {0.0, width - 1.0, 0.0, height - 1.0}; }
 
@@ -229,21 +231,25 @@ public:
         return near.fy < 0.5 ? near.p10 : near.p11;
     }
 
-    void Prepare(const StRowLine& x, const StRowLine& y, std::int64_t first, int count, std::int32_t width) {
-        FindNearest(x, y, first, count, width, m_element);
+    void Prepare(const StRowLine& x, const StRowLine& y, std::int64_t first, int count) {
+        FindNearest(x, y, first, count, m_width, m_element);
     }
     void Block(const StPlane<T>& plane, T* out, int count) {
+        const T* elements = plane.elements;
         for (int i = 0; i < count; ++i) {
-            out[i] = plane.elements[m_element[i]];
+            out[i] = elements[m_element[i]];
         }
     }
 
 private:
+    std::int32_t m_width;
     std::int32_t m_element[kBlock];
 };
 
 template <class T> class CBilinear {
 public:
+    explicit CBilinear(std::int64_t width) : m_width(static_cast<std::int32_t>(width)) {}
+
     static StArea Served(double width, double height) { return {-1.0, width, -1.0, height}; }
     static StArea Inner(double width, double height) { return {0.0, width - 1.0, 0.0, height - 1.0}; }
 
@@ -252,8 +258,8 @@ public:
         return ElementFromMix<T>(MixBilinear(near.p00, near.p10, near.p01, near.p11, near.fx, near.fy));
     }
 
-    void Prepare(const StRowLine& x, const StRowLine& y, std::int64_t first, int count, std::int32_t width) {
-        FindBlockCells(x, y, first, count, width, m_cells);
+    void Prepare(const StRowLine& x, const StRowLine& y, std::int64_t first, int count) {
+        FindBlockCells(x, y, first, count, m_width, m_cells);
     }
     void Block(const StPlane<T>& plane, T* out, int count) {
         LoadCorners(plane.elements, plane.width, m_cells.element, count, m_corners);
@@ -261,6 +267,7 @@ public:
     }
 
 private:
+    std::int32_t m_width;
     StCells m_cells;
     StCorners<T> m_corners;
 };
@@ -269,6 +276,8 @@ private:
 /// one row above are made up, by quadratic extrapolation.
 template <class T> class CBicubic {
 public:
+    explicit CBicubic(std::int64_t width) : m_width(static_cast<std::int32_t>(width)) {}
+
     static StArea Served(double width, double height) { return {0.0, width - 2.0, 0.0, height - 2.0}; }
     static StArea Inner(double width, double height) { return {1.0, width - 2.0, 1.0, height - 2.0}; }
 
@@ -283,8 +292,8 @@ public:
         return ElementFromMix<T>(WeighColumn<T>(Weights(sy - static_cast<double>(iy)), rows));
     }
 
-    void Prepare(const StRowLine& x, const StRowLine& y, std::int64_t first, int count, std::int32_t width) {
-        FindBlockCells(x, y, first, count, width, m_cells);
+    void Prepare(const StRowLine& x, const StRowLine& y, std::int64_t first, int count) {
+        FindBlockCells(x, y, first, count, m_width, m_cells);
     }
     void Block(const StPlane<T>& plane, T* out, int count) {
         LoadTaps(plane, m_cells.element, count, m_taps);
@@ -335,6 +344,7 @@ private:
         return WeighRow(wx, 3.0 * above(0) - 3.0 * above(1) + above(2), before[0], before[1], before[2]);
     }
 
+    std::int32_t m_width;
     StCells m_cells;
     StTaps<T> m_taps;
 };
@@ -350,6 +360,8 @@ struct StTurn {
         s = -std::sin(rad);
     }
 };
+
+constexpr int kBandRows = 64;
 
 /// Which columns of an output row a method serves, and which of them lie away from the edges of the source.
 struct StRow {
@@ -375,14 +387,35 @@ template <class Method> StRow PlanRow(const StTurn& turn, const StExtents& in, c
 
 /// Fills what a row leaves to the background and serves the pixels near the edges one by one.
 template <class Method, class T>
-void WriteEdges(const StRow& row, const StPlane<T>& plane, T* out, StColumns all, T background) {
-    std::fill(out + all.first, out + row.served.first, background);
-    std::fill(out + row.served.end, out + all.end, background);
+void WriteEdges(const StRow& row, const StPlane<T>& plane, T* out, std::int64_t width, T background) {
+    std::fill(out, out + row.served.first, background);
+    std::fill(out + row.served.end, out + width, background);
     for (const StColumns edge :
          {StColumns{row.served.first, row.inner.first}, StColumns{row.inner.end, row.served.end}}) {
         for (std::int64_t x = edge.first; x < edge.end; ++x) {
             const auto column = static_cast<double>(x);
             out[x] = Method::Pixel(plane, row.x.At(column), row.y.At(column));
+        }
+    }
+}
+
+/// The inner part of a band of rows, in tiles: under a whole row lie as many rows of the source as its caches hold
+/// lines.
+template <class Method, class Source, class Target>
+void WriteInner(const StRow* rows, const StExtents& out, std::int64_t top, std::int64_t bottom, Method& method,
+                Source source, Target target) {
+    for (std::int64_t left = 0; left < out.width; left += kBlock) {
+        for (std::int64_t y = top; y < bottom; ++y) {
+            const StRow& row = rows[y - top];
+            const std::int64_t first = std::max(left, row.inner.first);
+            const std::int64_t end = std::min(left + kBlock, row.inner.end);
+            if (first < end) {
+                const auto count = static_cast<int>(end - first);
+                method.Prepare(row.x, row.y, first, count);
+                for (std::int64_t z = 0; z < out.depth; ++z) {
+                    method.Block(source(z), target(y, z) + first, count);
+                }
+            }
         }
     }
 }
@@ -397,19 +430,18 @@ void TurnPlanes(const CImage& input, CImage& output, const StTurn& turn, T backg
     const auto target = [&](std::int64_t y, std::int64_t z) {
         return Elements<T>(output) + out.width * (y + out.height * z);
     };
-    Method method;
-    for (std::int64_t y = 0; y < out.height; ++y) {
-        const StRow row = PlanRow<Method>(turn, in, out, y);
-        for (std::int64_t z = 0; z < out.depth; ++z) {
-            WriteEdges<Method>(row, source(z), target(y, z), {0, out.width}, background);
-        }
-        for (std::int64_t x = row.inner.first; x < row.inner.end; x += kBlock) {
-            const auto count = static_cast<int>(std::min<std::int64_t>(kBlock, row.inner.end - x));
-            method.Prepare(row.x, row.y, x, count, static_cast<std::int32_t>(in.width));
+    Method method(in.width);
+    StRow rows[kBandRows];
+    for (std::int64_t top = 0; top < out.height; top += kBandRows) {
+        const std::int64_t bottom = std::min(out.height, top + kBandRows);
+        for (std::int64_t y = top; y < bottom; ++y) {
+            StRow& row = rows[y - top];
+            row = PlanRow<Method>(turn, in, out, y);
             for (std::int64_t z = 0; z < out.depth; ++z) {
-                method.Block(source(z), target(y, z) + x, count);
+                WriteEdges<Method>(row, source(z), target(y, z), out.width, background);
             }
         }
+        WriteInner(rows, out, top, bottom, method, source, target);
     }
 }
 
