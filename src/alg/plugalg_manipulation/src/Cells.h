@@ -28,13 +28,13 @@ inline bool FitsCells(std::int64_t width, std::int64_t height) {
 }
 
 /// The cells under the columns from `first` on, all of whose positions are inside the plane.
-[[gnu::always_inline]] inline void FindCells(StRowLine x, StRowLine y, std::int64_t first, int count,
-                                             std::int32_t width, StCells& cells) {
+[[gnu::always_inline]] inline void FindCells(StRowLines lines, std::int64_t first, int count, std::int32_t width,
+                                             StCells& cells) {
     const auto start = static_cast<double>(first);
     for (int i = 0; i < count; ++i) {
         const double column = start + i;
-        const double sx = x.At(column);
-        const double sy = y.At(column);
+        const double sx = lines.x.At(column);
+        const double sy = lines.y.At(column);
         const auto ix = static_cast<std::int32_t>(sx);
         const auto iy = static_cast<std::int32_t>(sy);
         cells.element[i] = iy * width + ix;

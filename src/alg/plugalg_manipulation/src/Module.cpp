@@ -1,6 +1,8 @@
 // The four functions that the module shows to a host.
 
+#include "PCartesianToPolar.h"
 #include "PFlip.h"
+#include "PPolarToCartesian.h"
 #include "PRotate.h"
 #include "Value/ValueScalar.h"
 #include "Value/ValueVector.h"
@@ -46,8 +48,8 @@ constexpr std::array<StNode, 31> kNodes{{
     {"Resample", nullptr},
     {"Autocrop", nullptr},
     {"ComposeImage", nullptr},
-    {"CartesianToPolar", nullptr},
-    {"PolarToCartesian", nullptr},
+    {"CartesianToPolar", &Create<CPCartesianToPolar>},
+    {"PolarToCartesian", &Create<CPPolarToCartesian>},
     {"LabelToColor", nullptr},
     {"LabelToSize", nullptr},
     {"LabelToFeature", nullptr},

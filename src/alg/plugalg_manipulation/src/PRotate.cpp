@@ -5,14 +5,13 @@
 
 #include "PRotate.h"
 
-#include "Cells.h"
 #include "Description.h"
 #include "Elements.h"
 #include "Inputs.h"
 #include "Numbers.h"
 #include "Output.h"
 #include "Parameters.h"
-#include "RowLines.h"
+#include "RowSampling.h"
 #include "Transpose.h"
 #include "VectorVariants.h"
 
@@ -103,18 +102,6 @@ SEE ALSO
 Reorient
 )";
 
-/// A plane of the source.
-template <class T> struct StPlane {
-    const T* elements;
-    std::int64_t width;
-    std::int64_t height;
-    std::int64_t number; ///< counted from 0
-
-    const T& At(std::int64_t x, std::int64_t y) const { return elements[y * width + x]; }
-};
-
-constexpr StArea kNowhere{0.0, 0.0, 0.0, 0.0};
-
 /// The element at the upper left of a position and its neighbours. The band from -1 to 0 counts as the first column or
 /// row; past the last one, all missing neighbours take the value of the base pixel and not of the nearest neighbour.
 template <class T> struct StNeighbours {
@@ -135,21 +122,21 @@ template <class T> struct StNeighbours {
     }
 };
 
-MANI_VECTOR_VARIANTS void FindNearest(StRowLine x, StRowLine y, std::int64_t first, int count, std::int32_t width,
+MANI_VECTOR_VARIANTS void FindNearest(StRowLines lines, std::int64_t first, int count, std::int32_t width,
                                       std::int32_t* element) {
     const auto start = static_cast<double>(first);
     for (int i = 0; i < count; ++i) {
-        const double sx = x.At(start + i);
-        const double sy = y.At(start + i);
+        const double sx = lines.x.At(start + i);
+        const double sy = lines.y.At(start + i);
         const auto ix = static_cast<std::int32_t>(sx);
         const auto iy = static_cast<std::int32_t>(sy);
         element[i] = (iy + (sy - iy < 0.5 ? 0 : 1)) * width + ix + (sx - ix < 0.5 ? 0 : 1);
     }
 }
 
-MANI_VECTOR_VARIANTS void FindBlockCells(const StRowLine& x, const StRowLine& y, std::int64_t first, int count,
-                                         std::int32_t width, StCells& cells) {
-    FindCells(x, y, first, count, width, cells);
+MANI_VECTOR_VARIANTS void FindBlockCells(const StRowLines& lines, std::int64_t first, int count, std::int32_t width,
+                                         StCells& cells) {
+    FindCells(lines, first, count, width, cells);
 }
 
 /// The bilinear rule, in its given grouping.
@@ -211,9 +198,7 @@ template <class T> MANI_VECTOR_VARIANTS void MixTaps(const StTaps<T>& taps, cons
     }
 }
 
-// An interpolation method has the area of the positions that it serves, the plain rule for one of them, and the inner
-// area, away from the edges, where a block of positions is served in passes. What depends on the positions only is
-// prepared once for the planes of an image.
+// The methods, as `SampleAlongLines` takes them.
 
 /// The next element; a fraction of exactly 0.5 goes to the higher neighbour.
 template <class T> class CNearest {
@@ -231,8 +216,8 @@ public:
         return near.fy < 0.5 ? near.p10 : near.p11;
     }
 
-    void Prepare(const StRowLine& x, const StRowLine& y, std::int64_t first, int count) {
-        FindNearest(x, y, first, count, m_width, m_element);
+    void Prepare(const StRowLines& lines, std::int64_t first, int count) {
+        FindNearest(lines, first, count, m_width, m_element);
     }
     void Block(const StPlane<T>& plane, T* out, int count) {
         const T* elements = plane.elements;
@@ -258,8 +243,8 @@ public:
         return ElementFromMix<T>(MixBilinear(near.p00, near.p10, near.p01, near.p11, near.fx, near.fy));
     }
 
-    void Prepare(const StRowLine& x, const StRowLine& y, std::int64_t first, int count) {
-        FindBlockCells(x, y, first, count, m_width, m_cells);
+    void Prepare(const StRowLines& lines, std::int64_t first, int count) {
+        FindBlockCells(lines, first, count, m_width, m_cells);
     }
     void Block(const StPlane<T>& plane, T* out, int count) {
         LoadCorners(plane.elements, plane.width, m_cells.element, count, m_corners);
@@ -292,8 +277,8 @@ public:
         return ElementFromMix<T>(WeighColumn<T>(Weights(sy - static_cast<double>(iy)), rows));
     }
 
-    void Prepare(const StRowLine& x, const StRowLine& y, std::int64_t first, int count) {
-        FindBlockCells(x, y, first, count, m_width, m_cells);
+    void Prepare(const StRowLines& lines, std::int64_t first, int count) {
+        FindBlockCells(lines, first, count, m_width, m_cells);
     }
     void Block(const StPlane<T>& plane, T* out, int count) {
         LoadTaps(plane, m_cells.element, count, m_taps);
@@ -361,88 +346,17 @@ struct StTurn {
     }
 };
 
-constexpr int kBandRows = 64;
-
-/// Which columns of an output row a method serves, and which of them lie away from the edges of the source.
-struct StRow {
-    StRowLine x;
-    StRowLine y;
-    StColumns served;
-    StColumns inner;
-};
-
-template <class Method> StRow PlanRow(const StTurn& turn, const StExtents& in, const StExtents& out, std::int64_t y) {
-    const auto centre = [](std::int64_t extent) { return static_cast<double>(extent - 1) * 0.5; };
-    const auto width = static_cast<double>(in.width);
-    const auto height = static_cast<double>(in.height);
-    const double yy = static_cast<double>(y) - centre(out.height);
-    StRow row;
-    row.x = {centre(out.width), turn.c, -(yy * turn.s), centre(in.width)};
-    row.y = {centre(out.width), turn.s, yy * turn.c, centre(in.height)};
-    row.served = ColumnsInside(row.x, row.y, Method::Served(width, height), {0, out.width});
-    const StArea inner = FitsCells(in.width, in.height) ? Method::Inner(width, height) : kNowhere;
-    row.inner = ColumnsInside(row.x, row.y, inner, row.served);
-    return row;
-}
-
-/// Fills what a row leaves to the background and serves the pixels near the edges one by one.
-template <class Method, class T>
-void WriteEdges(const StRow& row, const StPlane<T>& plane, T* out, std::int64_t width, T background) {
-    std::fill(out, out + row.served.first, background);
-    std::fill(out + row.served.end, out + width, background);
-    for (const StColumns edge :
-         {StColumns{row.served.first, row.inner.first}, StColumns{row.inner.end, row.served.end}}) {
-        for (std::int64_t x = edge.first; x < edge.end; ++x) {
-            const auto column = static_cast<double>(x);
-            out[x] = Method::Pixel(plane, row.x.At(column), row.y.At(column));
-        }
-    }
-}
-
-/// The inner part of a band of rows, in tiles: under a whole row lie as many rows of the source as its caches hold
-/// lines.
-template <class Method, class Source, class Target>
-void WriteInner(const StRow* rows, const StExtents& out, std::int64_t top, std::int64_t bottom, Method& method,
-                Source source, Target target) {
-    for (std::int64_t left = 0; left < out.width; left += kBlock) {
-        for (std::int64_t y = top; y < bottom; ++y) {
-            const StRow& row = rows[y - top];
-            const std::int64_t first = std::max(left, row.inner.first);
-            const std::int64_t end = std::min(left + kBlock, row.inner.end);
-            if (first < end) {
-                const auto count = static_cast<int>(end - first);
-                method.Prepare(row.x, row.y, first, count);
-                for (std::int64_t z = 0; z < out.depth; ++z) {
-                    method.Block(source(z), target(y, z) + first, count);
-                }
-            }
-        }
-    }
-}
-
 template <class Method, class T>
 void TurnPlanes(const CImage& input, CImage& output, const StTurn& turn, T background) {
+    const auto centre = [](std::int64_t extent) { return static_cast<double>(extent - 1) * 0.5; };
     const StExtents in = Extents(input);
     const StExtents out = Extents(output);
-    const auto source = [&](std::int64_t z) {
-        return StPlane<T>{Elements<T>(input) + z * in.width * in.height, in.width, in.height, z};
+    const auto lines = [&](std::int64_t y) {
+        const double yy = static_cast<double>(y) - centre(out.height);
+        return StRowLines{{centre(out.width), turn.c, -(yy * turn.s), centre(in.width)},
+                          {centre(out.width), turn.s, yy * turn.c, centre(in.height)}};
     };
-    const auto target = [&](std::int64_t y, std::int64_t z) {
-        return Elements<T>(output) + out.width * (y + out.height * z);
-    };
-    Method method(in.width);
-    StRow rows[kBandRows];
-    for (std::int64_t top = 0; top < out.height; top += kBandRows) {
-        const std::int64_t bottom = std::min(out.height, top + kBandRows);
-        for (std::int64_t y = top; y < bottom; ++y) {
-            StRow& row = rows[y - top];
-            row = PlanRow<Method>(turn, in, out, y);
-            for (std::int64_t z = 0; z < out.depth; ++z) {
-                WriteEdges<Method>(row, source(z), target(y, z), out.width, background);
-            }
-        }
-        WriteInner(rows, out, top, bottom, method, source, target);
-    }
+    SampleAlongLines<Method>(input, output, lines, background);
 }
 
 /// The output's extent along an axis on which the turned corners lie between `least` and `most`. Truncation toward zero

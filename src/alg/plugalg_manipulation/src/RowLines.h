@@ -16,6 +16,12 @@ struct StRowLine {
     double At(double column) const { return ((column - origin) * slope + offset) + centre; }
 };
 
+/// Both coordinates under a row.
+struct StRowLines {
+    StRowLine x;
+    StRowLine y;
+};
+
 /// The columns from `first` to `end`, which doesn't belong to them.
 struct StColumns {
     std::int64_t first;
@@ -56,8 +62,8 @@ inline StColumns ColumnsInside(const StRowLine& line, double low, double high, S
 }
 
 /// Those of the columns whose position lies in the area.
-inline StColumns ColumnsInside(const StRowLine& x, const StRowLine& y, const StArea& area, StColumns among) {
-    return ColumnsInside(y, area.top, area.bottom, ColumnsInside(x, area.left, area.right, among));
+inline StColumns ColumnsInside(const StRowLines& lines, const StArea& area, StColumns among) {
+    return ColumnsInside(lines.y, area.top, area.bottom, ColumnsInside(lines.x, area.left, area.right, among));
 }
 
 } // namespace QUOR::manipulation
