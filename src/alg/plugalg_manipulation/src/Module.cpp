@@ -3,6 +3,7 @@
 #include "PCartesianToPolar.h"
 #include "PFlip.h"
 #include "PPolarToCartesian.h"
+#include "PReorient.h"
 #include "PRotate.h"
 #include "Value/ValueScalar.h"
 #include "Value/ValueVector.h"
@@ -53,7 +54,7 @@ constexpr std::array<StNode, 31> kNodes{{
     {"LabelToColor", nullptr},
     {"LabelToSize", nullptr},
     {"LabelToFeature", nullptr},
-    {"Reorient", nullptr},
+    {"Reorient", &Create<CPReorient>},
     {"Pad", nullptr},
     {"Serialize", nullptr},
     {"Deserialize", nullptr},
