@@ -254,6 +254,21 @@ TEST(PolarToCartesian, DropsAttributes) {
     EXPECT_TRUE(node.Input(0, std::move(image)).Run().Output().Attributes().IsEmpty());
 }
 
+TEST(PolarToCartesian, AgreesWithThePlainLoopOnALargeImage) {
+    std::mt19937 random(5);
+    for (const auto& type : {IMAGE_GREY_F, IMAGE_GREY_8}) {
+        CNodeUnderTest node("PolarToCartesian");
+        node.Input(0, RandomNumbers(type, CSize(700, 4399), random)).Run();
+        if (type == IMAGE_GREY_F) {
+            EXPECT_TRUE(SameNumbers(PlainFold<float, std::int32_t>(node.InputImage(0), false),
+                                    ElementsOf<float>(node.Output())));
+        } else {
+            EXPECT_TRUE(SameNumbers(PlainFold<std::uint8_t, std::int32_t>(node.InputImage(0), false),
+                                    ElementsOf<std::uint8_t>(node.Output())));
+        }
+    }
+}
+
 TEST(PolarToCartesian, AgreesWithThePlainLoopOnRandomImages) {
     std::mt19937 random(20260404);
     for (int round = 0; round < 1500; ++round) {

@@ -56,7 +56,9 @@ MANI_VECTOR_VARIANTS void FindBlockCells(const StRowLines& lines, std::int64_t f
 
 template <class T>
 MANI_VECTOR_VARIANTS void MixBlock(const StCorners<T>& corners, const StCells& cells, T* out, int count) {
-    MixPolar(corners, cells, kNoRounding, out, count);
+    for (int i = 0; i < count; ++i) {
+        out[i] = ElementFromMix<T>(StPolarTaps(corners, i).Mix(cells.fx[i], cells.fy[i]));
+    }
 }
 
 /// The bilinear rule, as `SampleAlongLines` takes it.

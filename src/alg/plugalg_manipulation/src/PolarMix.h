@@ -2,6 +2,8 @@
 
 #include "Cells.h"
 
+#include <cmath>
+
 namespace QUOR::manipulation {
 
 /// The bilinear rule of the polar nodes for one position of a plane, with `rounding` added to what is computed. In the
@@ -33,22 +35,26 @@ T PolarPixel(const T* plane, std::int64_t width, std::int64_t height, double sx,
                              rounding);
 }
 
-/// The same for a block of positions away from the last column and row.
-template <class T>
-[[gnu::always_inline]] inline void MixPolar(const StCorners<T>& corners, const StCells& cells, double rounding, T* out,
-                                            int count) {
-    for (int i = 0; i < count; ++i) {
-        const double fx = cells.fx[i];
-        const double fy = cells.fy[i];
+/// The four elements around a position away from the last column and row.
+struct StPolarTaps {
+    double v00, v01, v10, v11;
+
+    template <class T>
+    [[gnu::always_inline]] StPolarTaps(const StCorners<T>& corners, int i)
+        : v00(corners.upper[2 * i]), v01(corners.lower[2 * i]), v10(corners.upper[2 * i + 1]),
+          v11(corners.lower[2 * i + 1]) {}
+
+    /// The same rule, without the rounding.
+    [[gnu::always_inline]] double Mix(double fx, double fy) const {
         const double gx = 1.0 - fx;
         const double gy = 1.0 - fy;
-        const double upper0 = corners.upper[2 * i];
-        const double upper1 = corners.upper[2 * i + 1];
-        const double lower0 = corners.lower[2 * i];
-        const double lower1 = corners.lower[2 * i + 1];
-        out[i] = ElementFromMix<T>(upper0 * (gx * gy) + lower0 * (gx * fy) + upper1 * (gy * fx) + lower1 * (fx * fy) +
-                                   rounding);
+        return v00 * (gx * gy) + v01 * (gx * fy) + v10 * (gy * fx) + v11 * (fx * fy);
     }
-}
+
+    /// At least as much as the mix changes when a fraction changes by 1.
+    [[gnu::always_inline]] double Greatest() const {
+        return std::fabs(v00) + std::fabs(v01) + std::fabs(v10) + std::fabs(v11);
+    }
+};
 
 } // namespace QUOR::manipulation
