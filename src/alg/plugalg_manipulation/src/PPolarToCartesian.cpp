@@ -122,18 +122,21 @@ constexpr double kAngleError = 1e-14;
 [[gnu::always_inline]] inline double NearAngle(double dy, double dx) {
     constexpr double pi = 3.141592653589793;
     constexpr double steepest = 0.41421356237309503;
-    constexpr int terms = 19; // the next one is below 1e-16
+    constexpr int pairs = 10; // of a positive and a negative term; the next one is below 1e-16
     const double x = std::fabs(dx);
     const double small = x < dy ? x : dy;
     const double large = x < dy ? dy : x;
     const bool steep = small > steepest * large;
     const double t = (steep ? small - large : small) / (steep ? small + large : large);
     const double t2 = t * t;
-    double sum = 0.0;
-    for (int k = terms - 1; k >= 0; --k) {
-        sum = 1.0 / (2 * k + 1) - t2 * sum;
+    const double t4 = t2 * t2;
+    double positive = 0.0;
+    double negative = 0.0;
+    for (int k = 4 * (pairs - 1); k >= 0; k -= 4) {
+        positive = 1.0 / (k + 1) + t4 * positive;
+        negative = 1.0 / (k + 3) + t4 * negative;
     }
-    const double octant = (steep ? pi / 4.0 : 0.0) + t * sum;
+    const double octant = (steep ? pi / 4.0 : 0.0) + t * (positive - t2 * negative);
     const double quadrant = x < dy ? pi / 2.0 - octant : octant;
     return dx < 0.0 ? pi - quadrant : quadrant;
 }
