@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <iostream>
 #include <utility>
 #include <vector>
@@ -240,6 +241,7 @@ StWindow WindowOf(double degrees, const CSize& size, bool resize) {
 /// A source plane with the turn and the background: what it takes to serve a position.
 template <class T> struct StSource {
     const T* elements;
+    std::int64_t stride;
     std::int32_t width;
     std::int32_t height;
     double c;
@@ -258,31 +260,44 @@ template <class T> struct StSource {
 
 // Rows advance together, since the running sums of a single row are one long chain of additions. Each lane has the sums
 // of its own row; a block holds some steps of all lanes, step by step.
-constexpr int kLanes = 16;
+constexpr int kLanes = 8;
 constexpr int kSteps = 64;
 constexpr int kPlaces = kLanes * kSteps;
+/// How many rows are walked together, in tiles: what lies under a tile stays in the caches from group to group.
+constexpr int kBand = 8 * kLanes;
 
-struct StPositions {
-    double u[kPlaces];
-    double v[kPlaces];
+template <int count> struct StPositions {
+    double u[count];
+    double v[count];
 };
 
-/// The nearest element and the one on the position's other side along one axis, and the distance from the nearest.
+using StBlock = StPositions<kPlaces>;
+
+/// Along one axis: the lower one of two neighbouring elements, and the distance from the nearest to the position.
 struct StAxis {
-    std::int32_t near[kPlaces];
-    std::int32_t far[kPlaces];
+    std::int32_t low[kPlaces];
     double distance[kPlaces];
 };
 
-/// The nearest element, the one beyond along y, and the one beyond along x.
-template <class T> struct StTriples {
-    T p[kPlaces];
-    T q[kPlaces];
-    T t[kPlaces];
+/// Both axes, and which of the neighbours count.
+struct StSamples {
+    StAxis x;
+    StAxis y;
+    std::int32_t choice[kPlaces];
+};
+
+/// In `choice`: the higher neighbour is the nearest one, or the one on the position's other side. At the edges of the
+/// image both are the same.
+enum EnChoice : std::int32_t { kNearX = 1, kFarX = 2, kNearY = 4, kFarY = 8 };
+
+/// The two by two elements around each position, as pairs from the upper and from the lower row.
+template <class T> struct StPairs {
+    T upper[2 * kPlaces];
+    T lower[2 * kPlaces];
 };
 
 /// Takes the lanes, which stand at `u` and `v`, some steps on.
-MANI_VECTOR_VARIANTS void Advance(double c, double s, int steps, double* u, double* v, StPositions& positions) {
+MANI_VECTOR_VARIANTS void Advance(double c, double s, int steps, double* u, double* v, StBlock& positions) {
     double laneU[kLanes];
     double laneV[kLanes];
     std::copy_n(u, kLanes, laneU);
@@ -299,70 +314,91 @@ MANI_VECTOR_VARIANTS void Advance(double c, double s, int steps, double* u, doub
     std::copy_n(laneV, kLanes, v);
 }
 
-/// Positions halfway count as nearer to the higher element. The distance is that from the nearest element also where
-/// this lies beyond the edge and is replaced by the edge's.
-MANI_VECTOR_VARIANTS void FindAxis(const double* position, int count, std::int32_t extent, StAxis& axis) {
-    const double last = extent - 1.0;
+/// Finds the neighbours of a position and gives the choice among them. Positions halfway count as nearer to the higher
+/// element. The distance is that from the nearest element also where this lies beyond the edge and is replaced by it.
+[[gnu::always_inline]] inline std::int32_t FindAxis(double at, double last, double lastLow, StAxis& axis, int i) {
+    const double low = std::floor(at);
+    const double high = std::ceil(at);
+    const bool lowIsNear = high - at > at - low;
+    const double near = lowIsNear ? low : high;
+    const double far = lowIsNear ? high : low;
+    const double pair = low < 0.0 ? 0.0 : low > lastLow ? lastLow : low;
+    axis.low[i] = static_cast<std::int32_t>(pair);
+    axis.distance[i] = std::fabs(at - near);
+    const bool nearIsHigher = near > pair && last > pair;
+    const bool farIsHigher = far > pair && last > pair;
+    return (nearIsHigher ? 1 : 0) + (farIsHigher ? 2 : 0);
+}
+
+MANI_VECTOR_VARIANTS void FindSamples(const StBlock& at, int count, std::int32_t width, std::int32_t height,
+                                      StSamples& samples) {
+    const double lastX = width - 1.0;
+    const double lastY = height - 1.0;
+    const double lastLowX = std::max(width - 2.0, 0.0);
+    const double lastLowY = std::max(height - 2.0, 0.0);
     for (int i = 0; i < count; ++i) {
-        const double at = position[i];
-        const double low = std::floor(at);
-        const double high = std::ceil(at);
-        const bool lowIsNear = high - at > at - low;
-        const double near = lowIsNear ? low : high;
-        const double far = lowIsNear ? high : low;
-        const double nearInside = near < 0.0 ? 0.0 : near > last ? last : near;
-        const double farInside = far < 0.0 ? 0.0 : far > last ? last : far;
-        axis.distance[i] = std::fabs(at - near);
-        axis.near[i] = static_cast<std::int32_t>(nearInside);
-        axis.far[i] = static_cast<std::int32_t>(farInside);
+        const std::int32_t choiceX = FindAxis(at.u[i], lastX, lastLowX, samples.x, i);
+        const std::int32_t choiceY = FindAxis(at.v[i], lastY, lastLowY, samples.y, i);
+        samples.choice[i] = choiceX + 4 * choiceY;
     }
 }
 
 template <class T>
-void LoadTriples(const T* in, std::int64_t width, const StAxis& x, const StAxis& y, int count, StTriples<T>& triples) {
+void LoadPairs(const T* in, std::int64_t width, const StSamples& samples, int count, StPairs<T>& pairs) {
     for (int lane = 0; lane < kLanes; ++lane) { // along the rows, whose elements lie together
         for (int i = lane; i < count; i += kLanes) {
-            const T* row = in + y.near[i] * width;
-            triples.p[i] = row[x.near[i]];
-            triples.q[i] = in[y.far[i] * width + x.near[i]];
-            triples.t[i] = row[x.far[i]];
+            const T* upper = in + samples.y.low[i] * width + samples.x.low[i];
+            std::memcpy(&pairs.upper[2 * i], upper, 2 * sizeof(T));
+            std::memcpy(&pairs.lower[2 * i], upper + width, 2 * sizeof(T));
         }
     }
 }
 
+/// Floats take the value as it is narrowed; bytes add 0.5 to that.
 template <class T>
-MANI_VECTOR_VARIANTS void MixTriples(const StTriples<T>& triples, const StAxis& x, const StAxis& y,
-                                     const StPositions& at, int count, StSource<T> source, T* out) {
-    constexpr double rounding = std::is_floating_point_v<T> ? 0.0 : 0.5;
+MANI_VECTOR_VARIANTS void MixPairs(const StPairs<T>& pairs, const StSamples& samples, int count, T* out) {
     for (int i = 0; i < count; ++i) {
-        const double dx = x.distance[i];
-        const double dy = y.distance[i];
-        const double p = triples.p[i];
-        const double alongY = triples.q[i] * dy + (1.0 - dy) * p;
-        const double alongX = triples.t[i] * dx + (1.0 - dx) * p;
-        const auto value = static_cast<float>(alongY * 0.5 + alongX * 0.5);
-        T element;
+        const double upper0 = pairs.upper[2 * i];
+        const double upper1 = pairs.upper[2 * i + 1];
+        const double lower0 = pairs.lower[2 * i];
+        const double lower1 = pairs.lower[2 * i + 1];
+        const std::int32_t choice = samples.choice[i];
+        const double upper = (choice & kNearX) != 0 ? upper1 : upper0;
+        const double lower = (choice & kNearX) != 0 ? lower1 : lower0;
+        const double nearRow0 = (choice & kNearY) != 0 ? lower0 : upper0;
+        const double nearRow1 = (choice & kNearY) != 0 ? lower1 : upper1;
+        const double p = (choice & kNearY) != 0 ? lower : upper;
+        const double q = (choice & kFarY) != 0 ? lower : upper;
+        const double t = (choice & kFarX) != 0 ? nearRow1 : nearRow0;
+        const double dx = samples.x.distance[i];
+        const double dy = samples.y.distance[i];
+        const auto value = static_cast<float>((q * dy + (1.0 - dy) * p) * 0.5 + (t * dx + (1.0 - dx) * p) * 0.5);
         if constexpr (std::is_floating_point_v<T>) {
-            element = value;
+            out[i] = value;
         } else {
-            element = ElementFromMix<T>(value + rounding);
+            out[i] = ElementFromMix<T>(value + 0.5);
         }
-        out[i] = source.Holds(at.u[i], at.v[i]) ? element : source.background;
+    }
+}
+
+template <class T> MANI_VECTOR_VARIANTS void ClearOutside(const StBlock& at, int count, StSource<T> source, T* out) {
+    for (int i = 0; i < count; ++i) {
+        out[i] = source.Holds(at.u[i], at.v[i]) ? out[i] : source.background;
     }
 }
 
 /// Turns a plane, group of rows by group of rows.
 template <class T> class CTurn {
 public:
-    CTurn(const T* in, const CSize& size, const StWindow& window, T background, T* out)
-        : m_source{in, Extent32(size.x), Extent32(size.y), window.c, window.s, background}, m_window(window),
+    CTurn(const T* in, std::int64_t stride, const CSize& size, const StWindow& window, T background, T* out)
+        : m_source{in, stride, Extent32(size.x), Extent32(size.y), window.c, window.s, background}, m_window(window),
           m_out(out), m_rows(std::clamp<std::int64_t>(std::int64_t{window.y1} - window.y0, 0, window.height)),
           m_columns(
               std::clamp<std::int64_t>(std::int64_t{window.x1} - window.x0 + 1, 0, std::int64_t{window.width} + 1)) {}
 
     void Turn() {
-        for (std::int64_t row = 0; row < m_rows; row += kLanes) {
-            TurnGroup(row, static_cast<int>(std::min<std::int64_t>(kLanes, m_rows - row)));
+        for (std::int64_t row = 0; row < m_rows; row += kBand) {
+            TurnBand(row, static_cast<int>(std::min<std::int64_t>(kBand, m_rows - row)));
         }
         std::fill(m_out + m_rows * m_window.width, m_out + std::int64_t{m_window.height} * m_window.width,
                   m_source.background);
@@ -379,47 +415,50 @@ private:
         return static_cast<double>(m_window.y0 + row) * m_source.c - (m_window.x0 - 1.0) * m_source.s;
     }
 
-    void TurnGroup(std::int64_t row, int lanes) {
-        double u[kLanes];
-        double v[kLanes];
-        for (int lane = 0; lane < kLanes; ++lane) {
-            u[lane] = StartU(row + lane);
-            v[lane] = StartV(row + lane);
+    void TurnBand(std::int64_t row, int rows) {
+        for (int i = 0; i < kBand; ++i) {
+            m_lanes.u[i] = StartU(row + i);
+            m_lanes.v[i] = StartV(row + i);
         }
         for (std::int64_t first = 0; first < m_columns; first += kSteps) {
             const int steps = static_cast<int>(std::min<std::int64_t>(kSteps, m_columns - first));
-            Advance(m_source.c, m_source.s, steps, u, v, m_positions);
-            if (MayHold(steps)) {
-                Sample(steps * kLanes);
-            } else {
-                std::fill_n(m_values, steps * kLanes, m_source.background);
+            for (int group = 0; group < rows; group += kLanes) {
+                Advance(m_source.c, m_source.s, steps, m_lanes.u + group, m_lanes.v + group, m_positions);
+                Sample(steps);
+                WriteBlock(row + group, std::min(kLanes, rows - group), first, steps);
             }
-            WriteBlock(row, lanes, first, steps);
         }
-        for (int lane = 0; lane < lanes && m_columns < m_window.width; ++lane) {
-            T* out = m_out + (row + lane) * m_window.width;
+        for (int i = 0; i < rows && m_columns < m_window.width; ++i) {
+            T* out = m_out + (row + i) * m_window.width;
             std::fill(out + m_columns, out + m_window.width, m_source.background);
         }
     }
 
-    /// False if no position of the block is inside. Along a row positions only rise or only fall, so that the first and
-    /// the last step tell.
-    bool MayHold(int steps) const {
-        const auto beyond = [&](const double* position, double most) {
-            const double* end = position + (steps - 1) * kLanes;
-            const auto [least, greatest] = std::minmax(
-                {*std::min_element(position, position + kLanes), *std::max_element(position, position + kLanes),
-                 *std::min_element(end, end + kLanes), *std::max_element(end, end + kLanes)});
-            return greatest < -1.0 || least > most;
-        };
-        return !beyond(m_positions.u, m_source.width + 1.0) && !beyond(m_positions.v, m_source.height + 1.0);
+    /// Serves a block. Along a row positions only rise or only fall, so that the first and the last step tell whether
+    /// all of its positions are inside, some or none.
+    void Sample(int steps) {
+        const int count = steps * kLanes;
+        const auto [leastU, greatestU] = Range(m_positions.u, steps);
+        const auto [leastV, greatestV] = Range(m_positions.v, steps);
+        const double right = m_source.width + 1.0;
+        const double bottom = m_source.height + 1.0;
+        if (greatestU < -1.0 || leastU > right || greatestV < -1.0 || leastV > bottom) {
+            std::fill_n(m_values, count, m_source.background);
+            return;
+        }
+        FindSamples(m_positions, count, m_source.width, m_source.height, m_samples);
+        LoadPairs(m_source.elements, m_source.stride, m_samples, count, m_pairs);
+        MixPairs(m_pairs, m_samples, count, m_values);
+        if (leastU < -1.0 || greatestU > right || leastV < -1.0 || greatestV > bottom) {
+            ClearOutside(m_positions, count, m_source, m_values);
+        }
     }
 
-    void Sample(int count) {
-        FindAxis(m_positions.u, count, m_source.width, m_x);
-        FindAxis(m_positions.v, count, m_source.height, m_y);
-        LoadTriples(m_source.elements, m_source.width, m_x, m_y, count, m_triples);
-        MixTriples(m_triples, m_x, m_y, m_positions, count, m_source, m_values);
+    static std::pair<double, double> Range(const double* position, int steps) {
+        const double* end = position + (steps - 1) * kLanes;
+        const auto first = std::minmax_element(position, position + kLanes);
+        const auto last = std::minmax_element(end, end + kLanes);
+        return {std::min(*first.first, *last.first), std::max(*first.second, *last.second)};
     }
 
     void WriteBlock(std::int64_t row, int lanes, std::int64_t first, int steps) {
@@ -451,19 +490,36 @@ private:
     const std::int64_t m_rows;    ///< rows that are turned; those below them are background
     const std::int64_t m_columns; ///< columns that are turned
     std::vector<std::pair<std::int64_t, T>> m_spilled;
-    StPositions m_positions;
-    StAxis m_x;
-    StAxis m_y;
-    StTriples<T> m_triples;
+    StPositions<kBand> m_lanes; ///< where the rows of the band stand
+    StBlock m_positions;
+    StSamples m_samples;
+    StPairs<T> m_pairs;
     T m_values[kPlaces];
 };
 
+/// The first plane with a single column or row doubled: elements are loaded with their neighbours, which must be there.
+template <class T> std::vector<T> WithNeighbours(const T* in, std::int64_t width, std::int64_t height) {
+    std::vector<T> doubled;
+    for (std::int64_t y = 0; y < std::max<std::int64_t>(height, 2); ++y) {
+        const T* row = in + std::min(y, height - 1) * width;
+        doubled.insert(doubled.end(), row, row + width);
+        doubled.insert(doubled.end(), width == 1 ? 1 : 0, *row);
+    }
+    return doubled;
+}
+
 template <class T> void Turn(const CImage& input, const StWindow& window, double bgValue, CImage& output) {
     const T background = ElementFromNumber<T>(bgValue);
+    const auto [width, height, depth] = Extents(input);
+    const T* in = Elements<T>(input);
+    T* out = Elements<T>(output);
     if (IsEmpty(input)) {
-        std::fill_n(Elements<T>(output), output.Buffer().Size() / sizeof(T), background);
+        std::fill_n(out, output.Buffer().Size() / sizeof(T), background);
+    } else if (width == 1 || height == 1) {
+        const std::vector<T> doubled = WithNeighbours(in, width, height);
+        CTurn<T>(doubled.data(), std::max<std::int64_t>(width, 2), input.Size(), window, background, out).Turn();
     } else {
-        CTurn<T>(Elements<T>(input), input.Size(), window, background, Elements<T>(output)).Turn();
+        CTurn<T>(in, width, input.Size(), window, background, out).Turn();
     }
 }
 
