@@ -258,32 +258,31 @@ template <class T> struct StSource {
     }
 };
 
-// Rows advance together, since the running sums of a single row are one long chain of additions. Each lane has the sums
-// of its own row; a block holds some steps of all lanes, step by step.
-constexpr int kLanes = 8;
-constexpr int kSteps = 64;
-constexpr int kPlaces = kLanes * kSteps;
-/// How many rows are walked together, in tiles: what lies under a tile stays in the caches from group to group.
-constexpr int kBand = 8 * kLanes;
+// The running sums of a row are one long chain of additions, each of which waits for the one before. Some rows therefore
+// advance together.
+constexpr int kLanes = 4;
+constexpr int kSteps = 256;
 
-template <int count> struct StPositions {
-    double u[count];
-    double v[count];
+/// How many rows are walked together, in tiles: what lies under a tile stays in the caches from row to row.
+constexpr int kBand = 16 * kLanes;
+
+/// The positions of some steps of one row.
+struct StPositions {
+    double u[kSteps];
+    double v[kSteps];
 };
-
-using StBlock = StPositions<kPlaces>;
 
 /// Along one axis: the lower one of two neighbouring elements, and the distance from the nearest to the position.
 struct StAxis {
-    std::int32_t low[kPlaces];
-    double distance[kPlaces];
+    std::int32_t low[kSteps];
+    double distance[kSteps];
 };
 
 /// Both axes, and which of the neighbours count.
 struct StSamples {
     StAxis x;
     StAxis y;
-    std::int32_t choice[kPlaces];
+    std::int32_t choice[kSteps];
 };
 
 /// In `choice`: the higher neighbour is the nearest one, or the one on the position's other side. At the edges of the
@@ -292,12 +291,12 @@ enum EnChoice : std::int32_t { kNearX = 1, kFarX = 2, kNearY = 4, kFarY = 8 };
 
 /// The two by two elements around each position, as pairs from the upper and from the lower row.
 template <class T> struct StPairs {
-    T upper[2 * kPlaces];
-    T lower[2 * kPlaces];
+    T upper[2 * kSteps];
+    T lower[2 * kSteps];
 };
 
 /// Takes the lanes, which stand at `u` and `v`, some steps on.
-MANI_VECTOR_VARIANTS void Advance(double c, double s, int steps, double* u, double* v, StBlock& positions) {
+void Advance(double c, double s, int steps, double* u, double* v, StPositions* lanes) {
     double laneU[kLanes];
     double laneV[kLanes];
     std::copy_n(u, kLanes, laneU);
@@ -306,8 +305,8 @@ MANI_VECTOR_VARIANTS void Advance(double c, double s, int steps, double* u, doub
         for (int lane = 0; lane < kLanes; ++lane) {
             laneU[lane] += c;
             laneV[lane] -= s;
-            positions.u[step * kLanes + lane] = laneU[lane];
-            positions.v[step * kLanes + lane] = laneV[lane];
+            lanes[lane].u[step] = laneU[lane];
+            lanes[lane].v[step] = laneV[lane];
         }
     }
     std::copy_n(laneU, kLanes, u);
@@ -330,7 +329,7 @@ MANI_VECTOR_VARIANTS void Advance(double c, double s, int steps, double* u, doub
     return (nearIsHigher ? 1 : 0) + (farIsHigher ? 2 : 0);
 }
 
-MANI_VECTOR_VARIANTS void FindSamples(const StBlock& at, int count, std::int32_t width, std::int32_t height,
+MANI_VECTOR_VARIANTS void FindSamples(const StPositions& at, int count, std::int32_t width, std::int32_t height,
                                       StSamples& samples) {
     const double lastX = width - 1.0;
     const double lastY = height - 1.0;
@@ -345,12 +344,10 @@ MANI_VECTOR_VARIANTS void FindSamples(const StBlock& at, int count, std::int32_t
 
 template <class T>
 void LoadPairs(const T* in, std::int64_t width, const StSamples& samples, int count, StPairs<T>& pairs) {
-    for (int lane = 0; lane < kLanes; ++lane) { // along the rows, whose elements lie together
-        for (int i = lane; i < count; i += kLanes) {
-            const T* upper = in + samples.y.low[i] * width + samples.x.low[i];
-            std::memcpy(&pairs.upper[2 * i], upper, 2 * sizeof(T));
-            std::memcpy(&pairs.lower[2 * i], upper + width, 2 * sizeof(T));
-        }
+    for (int i = 0; i < count; ++i) {
+        const T* upper = in + samples.y.low[i] * width + samples.x.low[i];
+        std::memcpy(&pairs.upper[2 * i], upper, 2 * sizeof(T));
+        std::memcpy(&pairs.lower[2 * i], upper + width, 2 * sizeof(T));
     }
 }
 
@@ -381,7 +378,8 @@ MANI_VECTOR_VARIANTS void MixPairs(const StPairs<T>& pairs, const StSamples& sam
     }
 }
 
-template <class T> MANI_VECTOR_VARIANTS void ClearOutside(const StBlock& at, int count, StSource<T> source, T* out) {
+template <class T>
+MANI_VECTOR_VARIANTS void ClearOutside(const StPositions& at, int count, StSource<T> source, T* out) {
     for (int i = 0; i < count; ++i) {
         out[i] = source.Holds(at.u[i], at.v[i]) ? out[i] : source.background;
     }
@@ -417,15 +415,16 @@ private:
 
     void TurnBand(std::int64_t row, int rows) {
         for (int i = 0; i < kBand; ++i) {
-            m_lanes.u[i] = StartU(row + i);
-            m_lanes.v[i] = StartV(row + i);
+            m_u[i] = StartU(row + i);
+            m_v[i] = StartV(row + i);
         }
         for (std::int64_t first = 0; first < m_columns; first += kSteps) {
             const int steps = static_cast<int>(std::min<std::int64_t>(kSteps, m_columns - first));
             for (int group = 0; group < rows; group += kLanes) {
-                Advance(m_source.c, m_source.s, steps, m_lanes.u + group, m_lanes.v + group, m_positions);
-                Sample(steps);
-                WriteBlock(row + group, std::min(kLanes, rows - group), first, steps);
+                Advance(m_source.c, m_source.s, steps, m_u + group, m_v + group, m_lanes);
+                for (int lane = 0; lane < std::min(kLanes, rows - group); ++lane) {
+                    WriteSteps(m_lanes[lane], row + group + lane, first, steps);
+                }
             }
         }
         for (int i = 0; i < rows && m_columns < m_window.width; ++i) {
@@ -434,53 +433,46 @@ private:
         }
     }
 
-    /// Serves a block. Along a row positions only rise or only fall, so that the first and the last step tell whether
-    /// all of its positions are inside, some or none.
-    void Sample(int steps) {
-        const int count = steps * kLanes;
-        const auto [leastU, greatestU] = Range(m_positions.u, steps);
-        const auto [leastV, greatestV] = Range(m_positions.v, steps);
+    void WriteSteps(const StPositions& at, std::int64_t row, std::int64_t first, int steps) {
+        const auto own = static_cast<int>(std::min<std::int64_t>(steps, m_window.width - first));
+        Sample(at, own, m_out + row * m_window.width + first);
+        if (own < steps) {
+            Spill(at, own, row + 1);
+        }
+    }
+
+    /// Serves some steps of a row. Its positions only rise or only fall, so that the first and the last one tell
+    /// whether all are inside, some or none.
+    void Sample(const StPositions& at, int count, T* out) {
+        if (count == 0) {
+            return;
+        }
+        const auto [leastU, greatestU] = std::minmax(at.u[0], at.u[count - 1]);
+        const auto [leastV, greatestV] = std::minmax(at.v[0], at.v[count - 1]);
         const double right = m_source.width + 1.0;
         const double bottom = m_source.height + 1.0;
         if (greatestU < -1.0 || leastU > right || greatestV < -1.0 || leastV > bottom) {
-            std::fill_n(m_values, count, m_source.background);
+            std::fill_n(out, count, m_source.background);
             return;
         }
-        FindSamples(m_positions, count, m_source.width, m_source.height, m_samples);
+        FindSamples(at, count, m_source.width, m_source.height, m_samples);
         LoadPairs(m_source.elements, m_source.stride, m_samples, count, m_pairs);
-        MixPairs(m_pairs, m_samples, count, m_values);
+        MixPairs(m_pairs, m_samples, count, out);
         if (leastU < -1.0 || greatestU > right || leastV < -1.0 || greatestV > bottom) {
-            ClearOutside(m_positions, count, m_source, m_values);
-        }
-    }
-
-    static std::pair<double, double> Range(const double* position, int steps) {
-        const double* end = position + (steps - 1) * kLanes;
-        const auto first = std::minmax_element(position, position + kLanes);
-        const auto last = std::minmax_element(end, end + kLanes);
-        return {std::min(*first.first, *last.first), std::max(*first.second, *last.second)};
-    }
-
-    void WriteBlock(std::int64_t row, int lanes, std::int64_t first, int steps) {
-        const auto own = static_cast<int>(std::min<std::int64_t>(steps, m_window.width - first));
-        for (int lane = 0; lane < lanes; ++lane) {
-            T* out = m_out + (row + lane) * m_window.width + first;
-            for (int step = 0; step < own; ++step) {
-                out[step] = m_values[step * kLanes + lane];
-            }
-            if (own < steps) {
-                Spill(row + lane, own * kLanes + lane);
-            }
+            ClearOutside(at, count, m_source, out);
         }
     }
 
     /// Where the window is one column wider than the output, the last pixel of a row lands in front of the next row and
     /// stays there unless that row has a pixel of its own in this place. Past the output's end it is dropped.
-    void Spill(std::int64_t row, int place) {
-        const std::int64_t next = row + 1;
+    void Spill(const StPositions& at, int step, std::int64_t next) {
         const bool kept = next < m_rows && m_source.Holds(StartU(next) + m_source.c, StartV(next) - m_source.s);
-        if (next < m_window.height && !kept && m_source.Holds(m_positions.u[place], m_positions.v[place])) {
-            m_spilled.emplace_back(next * m_window.width, m_values[place]);
+        if (next < m_window.height && !kept && m_source.Holds(at.u[step], at.v[step])) {
+            T value{};
+            FindSamples({{at.u[step]}, {at.v[step]}}, 1, m_source.width, m_source.height, m_samples);
+            LoadPairs(m_source.elements, m_source.stride, m_samples, 1, m_pairs);
+            MixPairs(m_pairs, m_samples, 1, &value);
+            m_spilled.emplace_back(next * m_window.width, value);
         }
     }
 
@@ -490,11 +482,11 @@ private:
     const std::int64_t m_rows;    ///< rows that are turned; those below them are background
     const std::int64_t m_columns; ///< columns that are turned
     std::vector<std::pair<std::int64_t, T>> m_spilled;
-    StPositions<kBand> m_lanes; ///< where the rows of the band stand
-    StBlock m_positions;
+    double m_u[kBand]; ///< where the rows of the band stand
+    double m_v[kBand];
+    StPositions m_lanes[kLanes];
     StSamples m_samples;
     StPairs<T> m_pairs;
-    T m_values[kPlaces];
 };
 
 /// The first plane with a single column or row doubled: elements are loaded with their neighbours, which must be there.
