@@ -3,6 +3,7 @@
 #include "PAppend.h"
 #include "PAutocrop.h"
 #include "PBorder.h"
+#include "PCartesianToPolar.h"
 #include "PComposeImage.h"
 #include "PDeleteDuplicate.h"
 #include "PDeserialize.h"
@@ -16,9 +17,12 @@
 #include "PLabelToValue.h"
 #include "PPad.h"
 #include "PPlaneToVolume.h"
+#include "PPolarToCartesian.h"
+#include "PReorient.h"
 #include "PReplicate.h"
 #include "PResample.h"
 #include "PResize.h"
+#include "PRotate.h"
 #include "PScale.h"
 #include "PSelectRays.h"
 #include "PSerialize.h"
@@ -66,17 +70,17 @@ constexpr std::array<StNode, 31> kNodes{{
     {"SwitchAxes", &Create<CPSwitchAxes>},
     {"LabelToValue", &Create<CPLabelToValue>},
     {"Append", &Create<CPAppend>},
-    {"Rotate", nullptr},
+    {"Rotate", &Create<CPRotate>},
     {"Resize", &Create<CPResize>},
     {"Resample", &Create<CPResample>},
     {"Autocrop", &Create<CPAutocrop>},
     {"ComposeImage", &Create<CPComposeImage>},
-    {"CartesianToPolar", nullptr},
-    {"PolarToCartesian", nullptr},
+    {"CartesianToPolar", &Create<CPCartesianToPolar>},
+    {"PolarToCartesian", &Create<CPPolarToCartesian>},
     {"LabelToColor", &Create<CPLabelToColor>},
     {"LabelToSize", &Create<CPLabelToSize>},
     {"LabelToFeature", &Create<CPLabelToFeature>},
-    {"Reorient", nullptr},
+    {"Reorient", &Create<CPReorient>},
     {"Pad", &Create<CPPad>},
     {"Serialize", &Create<CPSerialize>},
     {"Deserialize", &Create<CPDeserialize>},

@@ -11,6 +11,7 @@
 #include "Description.h"
 #include "Inputs.h"
 #include "Output.h"
+#include "Transpose.h"
 #include "VectorVariants.h"
 
 #include <algorithm>
@@ -187,31 +188,16 @@ template <class T> Counts CountLines(const StLines<T>& lines) {
     return CountByHash(lines);
 }
 
-/// The columns of a plane as lines, in tiles that stay in the cache.
-template <class T> void Transpose(const T* in, T* out, std::int64_t width, std::int64_t height) {
-    constexpr std::int64_t tile = 32;
-    for (std::int64_t top = 0; top < height; top += tile) {
-        const std::int64_t bottom = std::min(top + tile, height);
-        for (std::int64_t left = 0; left < width; left += tile) {
-            const std::int64_t right = std::min(left + tile, width);
-            for (std::int64_t x = left; x < right; ++x) {
-                for (std::int64_t y = top; y < bottom; ++y) {
-                    out[y + height * x] = in[x + width * y];
-                }
-            }
-        }
-    }
-}
-
 template <class T> Counts CountImageLines(const CImage& input, bool columns) {
     const auto [width, height, depth] = Extents(input);
     const T* in = Elements<T>(input);
     if (!columns) {
         return CountLines(StLines<T>{in, width, height});
     }
+    // The columns of the plane as lines.
     CBuffer scratch(static_cast<std::size_t>(width * height) * sizeof(T));
     T* transposed = static_cast<T*>(scratch.Data());
-    Transpose(in, transposed, width, height);
+    TransposePlane(in, width, width, height, transposed, height);
     return CountLines(StLines<T>{transposed, height, width});
 }
 

@@ -3,13 +3,11 @@
 
 #include "PFlip.h"
 
+#include "Blocks.h"
 #include "Description.h"
-#include "Elements.h"
 #include "Inputs.h"
 #include "Output.h"
-#include "VectorVariants.h"
-
-#include <cstring>
+#include "Reverse.h"
 
 namespace QUOR {
 
@@ -50,21 +48,11 @@ KEYWORDS
 flip axes, axis, left to right, mirror, reflect
 )";
 
-template <class T> void CopyRow(const T* in, T* out, std::int64_t width) {
-    std::memcpy(out, in, static_cast<std::size_t>(width) * sizeof(T));
-}
-
-template <class T> MANI_VECTOR_VARIANTS void ReverseRow(const T* in, T* out, std::int64_t width) {
-    for (std::int64_t x = 0; x < width; ++x) {
-        out[x] = in[width - 1 - x];
-    }
-}
-
 template <class T> void FlipImage(const CImage& input, CImage& output, bool flipX, bool flipY, bool flipZ) {
     const auto [width, height, depth] = Extents(input);
     const T* in = Elements<T>(input);
     T* out = Elements<T>(output);
-    const auto moveRow = flipX ? &ReverseRow<T> : &CopyRow<T>;
+    const auto moveRow = flipX ? &ReverseElements<T> : &CopyElements<T>;
     for (std::int64_t z = 0; z < depth; ++z) {
         const std::int64_t sourcePlane = flipZ ? depth - 1 - z : z;
         for (std::int64_t y = 0; y < height; ++y) {
