@@ -95,10 +95,11 @@ private:
         }
     }
 
-    static json Number(double number) {
+    json Number(double number) const {
         if (std::isfinite(number)) {
             return number;
         }
+        RequireRoom(); // the form is a level of its own
         return json{{kDouble, std::isnan(number) ? "nan" : number > 0 ? "inf" : "-inf"}};
     }
 
@@ -114,7 +115,12 @@ private:
 
     void Enter(const CValue& container) {
         RequireNoMeta(container);
-        if (++m_levels > kMostLevels) {
+        RequireRoom();
+        ++m_levels;
+    }
+
+    void RequireRoom() const {
+        if (m_levels == kMostLevels) {
             throw CFileError(m_where + ": " + kTooDeep);
         }
     }

@@ -216,10 +216,20 @@ TEST_F(JsonValue, NestingHasALimit) {
     }
     map.SetEntry(CValue_Key(path), new CValueMap); // the map itself is the first level
     EXPECT_TRUE(Parse(Text(map))->Equal(map));
+    const std::string tooDeep = "x.json: maps and vectors are nested deeper than 64 levels";
     map.SetEntry(CValue_Key(path + "/a"), new CValueVector);
-    EXPECT_EQ(TextError(map), "x.json: maps and vectors are nested deeper than 64 levels");
+    EXPECT_EQ(TextError(map), tooDeep);
+    map.SetEntry(CValue_Key(path + "/a"), new CValueDouble(0.5));
+    EXPECT_TRUE(Parse(Text(map))->Equal(map));
+    map.SetEntry(CValue_Key(path + "/a"), new CValueDouble(kInfinity)); // written as a map
+    EXPECT_EQ(TextError(map), tooDeep);
+    const auto nested = [](std::size_t vectors) {
+        return "{\"a\":" + std::string(vectors, '[') + std::string(vectors, ']') + "}";
+    };
+    EXPECT_EQ(ParseError(nested(kMostLevels - 1)), "");
+    EXPECT_EQ(ParseError(nested(kMostLevels)), tooDeep);
     const std::string deep = "{\"a\":" + std::string(1000000, '[');
-    EXPECT_EQ(ParseError(deep), "x.json: maps and vectors are nested deeper than 64 levels");
+    EXPECT_EQ(ParseError(deep), tooDeep);
 }
 
 TEST_F(JsonValue, RefusesValuesThatJsonLacks) {
