@@ -25,17 +25,23 @@ elements() {
     od -An -v -tu1 -w1 -j$((10 + header)) "$1"
 }
 
-# Rows and columns, as the header tells them.
+# Size, mean, limits and the two ends of the first row. The header tells rows and columns: 'shape': (270, 360).
 figures() {
-    shape=$(head -c 128 "$1" | tr -d '\0' | sed -n "s/.*'shape': (\([0-9]*\), \([0-9]*\)).*/\2 x \1/p")
-    elements "$1" | awk -v shape="$shape" '
+    size=$(head -c 128 "$1" | tr -d '\0' | sed -n "s/.*'shape': (\([0-9]*\), \([0-9]*\)).*/\2 \1/p")
+    elements "$1" | awk -v width="${size% *}" -v height="${size#* }" '
         { sum += $1 }
         NR == 1 || $1 < least { least = $1 }
         NR == 1 || $1 > most { most = $1 }
-        NR <= 6 { first = first " " $1 }
-        END { printf "%s, %d elements, mean %.3f, least %d, most %d, first row:%s ...\n",
-                     shape, NR, sum / NR, least, most, first }'
+        NR <= 4 { first = first " " $1 }
+        NR > width - 4 && NR <= width { last = last " " $1 }
+        END {
+            if (NR == 0 || NR != width * height) { exit 1 }
+            printf "%d x %d, 8 bits, mean %.3f, least %d, most %d, first row%s ...%s\n",
+                   width, height, sum / NR, least, most, first, last
+        }'
 }
 
-echo "before: samples/particles.png: $(figures "$output/copy.npy")"
-echo "after:  $output/flipped.png: $(figures "$output/flipped.npy")"
+before=$(figures "$output/copy.npy")
+after=$(figures "$output/flipped.npy")
+echo "before: samples/particles.png: $before"
+echo "after:  $output/flipped.png: $after"

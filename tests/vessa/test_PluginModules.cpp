@@ -159,13 +159,15 @@ TEST(PluginModules, StandBesideOneAnother) {
     const CPluginModule second(kSecond);
     const std::unique_ptr<IPluginObject> flip = first.Create("Flip");
     const std::unique_ptr<IPluginObject> number = second.Create("Number");
-    ASSERT_NE(dynamic_cast<CPNode*>(flip.get()), nullptr);
-    ASSERT_NE(dynamic_cast<CPNode*>(number.get()), nullptr);
-    EXPECT_NE(typeid(*flip), typeid(*number));
+    auto* flipNode = dynamic_cast<CPNode*>(flip.get());
+    auto* numberNode = dynamic_cast<CPNode*>(number.get());
+    ASSERT_NE(flipNode, nullptr);
+    ASSERT_NE(numberNode, nullptr);
+    EXPECT_NE(typeid(*flipNode), typeid(*numberNode));
     EXPECT_EQ(first.Create("Number"), nullptr);
     EXPECT_EQ(second.Create("Flip"), nullptr);
-    EXPECT_EQ(FailureOf([&] { dynamic_cast<CPNode&>(*flip).Run(); }).where, "(manipulation plugins) Flip");
-    EXPECT_EQ(FailureOf([&] { dynamic_cast<CPNode&>(*number).Run(); }).where, "(second module) Number");
+    EXPECT_EQ(FailureOf([&] { flipNode->Run(); }).where, "(manipulation plugins) Flip");
+    EXPECT_EQ(FailureOf([&] { numberNode->Run(); }).where, "(second module) Number");
 }
 
 std::unique_ptr<IPluginObject> PluginObject(const char* module, const std::string& path,
