@@ -1,4 +1,5 @@
 #include "NodeTest.h"
+#include "OneNaN.h"
 
 #include <cmath>
 #include <limits>
@@ -419,8 +420,11 @@ TEST(Resample, AgreesWithThePlainLoop) {
             const auto expected = type == IMAGE_GREY_8
                                       ? PlainResample<T, std::uint8_t>(node.InputImage(0), shifts, false, background)
                                       : PlainResample<T, float>(node.InputImage(0), shifts, isBilinear, background);
-            const CImage wanted = *MakeImage<T>(data, size, expected);
-            EXPECT_TRUE(SameImage(wanted, node.Output())) << data.ToString() << " by " << type.ToString() << " shifts";
+            const ImagePtr wanted = MakeImage<T>(data, size, expected);
+            const bool isMixed = isBilinear && type == IMAGE_GREY_F; // what is only moved keeps the bits of every NaN
+            EXPECT_TRUE(isMixed ? SameImage(*WithOneNaN(*wanted), *WithOneNaN(node.Output()))
+                                : SameImage(*wanted, node.Output()))
+                << data.ToString() << " by " << type.ToString() << " shifts";
         };
         data == IMAGE_GREY_8 ? expect(std::uint8_t{77}) : expect(77.0F);
     }

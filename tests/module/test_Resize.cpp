@@ -1,4 +1,5 @@
 #include "NodeTest.h"
+#include "OneNaN.h"
 
 #include <algorithm>
 #include <cmath>
@@ -517,18 +518,6 @@ ImagePtr RandomPlane(const IImage::CType& type, const CSize& size, bool isWild, 
         std::generate_n(elements, size.Elements(), [&] { return static_cast<float>(random()) * 0x1p-24F - 100.0F; });
     }
     return image;
-}
-
-/// A copy whose NaN are all the same: which one a sum of two of them gives is left to the compiler.
-ImagePtr WithOneNaN(const CImage& image) {
-    auto copy = std::make_unique<CImage>(image);
-    if (image.Type() == IMAGE_GREY_F) {
-        auto* elements = static_cast<float*>(copy->Buffer().Data());
-        std::replace_if(
-            elements, elements + image.Size().Elements(), [](float element) { return std::isnan(element); },
-            std::numeric_limits<float>::quiet_NaN());
-    }
-    return copy;
 }
 
 template <class T> ImagePtr PlainResize(const CImage& image, double factorX, double factorY, bool isGauss) {
