@@ -503,7 +503,7 @@ TEST(Resize, LeavesSizesThatNoImageHasToTheImage) {
 
 TEST(Resize, SumsColumnsThatNo32BitsHold) {
     // 2^24 rows of 255 and some more, as a single window.
-    const std::int64_t height = (1 << 24) + 4096;
+    const std::int64_t height = (1 << 24) + (1 << 17);
     auto image = Zeros(1, height);
     image->Buffer().Set(255);
     const FloatRow out = StResize(std::move(image), 0.9, 0.9 / static_cast<double>(height)).Floats();
@@ -525,6 +525,30 @@ template <class T> ImagePtr PlainResize(const CImage& image, double factorX, dou
         return PlainBilinear<T>(image, factorX, factorY);
     }
     return isGauss ? PlainGauss<T>(image, factorX, factorY) : PlainBoxMean<T>(image, factorX, factorY);
+}
+
+TEST(Resize, AddsWeightedElementsInOrder) {
+    // Elements about the middle of each axis are opposite: what is left of their sum are rounding errors.
+    constexpr std::int64_t middle = 16;
+    constexpr std::int64_t extent = 2 * middle + 1;
+    std::mt19937 random(20260407);
+    FloatRow rows;
+    FloatRow columns;
+    for (std::int64_t y = 0; y < extent; ++y) {
+        for (std::int64_t x = 0; x < extent; ++x) {
+            const auto number = static_cast<float>(random());
+            const auto below = static_cast<std::size_t>(x + extent * (extent - 1 - y));
+            const auto beside = static_cast<std::size_t>(extent * (y + 1) - 1 - x);
+            rows.push_back(y < middle ? number : y == middle ? 0.0F : -rows[below]);
+            columns.push_back(x < middle ? number : x == middle ? 0.0F : -columns[beside]);
+        }
+    }
+    for (const FloatRow& elements : {rows, columns}) {
+        StResize gauss(Floats(extent, extent, elements), 0.5, 0.5);
+        gauss.node.Set("shrink_method", "gauss");
+        const CImage& output = gauss.Output();
+        EXPECT_TRUE(SameImage(*PlainGauss<float>(gauss.node.InputImage(0), 0.5, 0.5), output));
+    }
 }
 
 TEST(Resize, AgreesWithThePlainLoops) {
