@@ -1,4 +1,5 @@
 #include "NodeTest.h"
+#include "OneNaN.h"
 
 #include <cmath>
 #include <limits>
@@ -374,7 +375,7 @@ ImagePtr RandomShifts(const IImage::CType& type, const CSize& size, int calm, st
         auto* shifts = static_cast<float*>(image->Buffer().Data());
         for (std::size_t i = 0; i < size.Elements(); ++i) {
             const bool isWild = random() % 1000 >= static_cast<unsigned>(calm);
-            shifts[i] = isWild ? wild[random() % wild.size()] : static_cast<float>(random() % 4096) / 1024.0F - 1.5F;
+            shifts[i] = isWild ? wild[random() % wild.size()] : static_cast<float>(random()) * 0x1p-30F - 1.5F;
         }
     } else {
         auto* shifts = static_cast<std::uint8_t*>(image->Buffer().Data());
@@ -384,6 +385,33 @@ ImagePtr RandomShifts(const IImage::CType& type, const CSize& size, int calm, st
         }
     }
     return image;
+}
+
+TEST(Resample, MixesInTheOrderTold) {
+    // The fourth neighbour nearly cancels the others, so that rounding errors are a part of what is left.
+    constexpr std::int64_t planes = 3000;
+    std::mt19937 random(20260408);
+    std::uniform_real_distribution<float> element(-1.0F, 1.0F);
+    std::uniform_real_distribution<float> fraction(0.25F, 0.75F);
+    FloatRow image;
+    FloatRow shiftX;
+    FloatRow shiftY;
+    for (std::int64_t z = 0; z < planes; ++z) {
+        const float a = element(random);
+        const float r = element(random);
+        const float b = element(random);
+        const float fx = fraction(random);
+        const float fy = fraction(random);
+        const float upper = (1 - fx) * a + fx * r;
+        const float d = -(upper * (1 - fy) / fy + (1 - fx) * b) / fx;
+        image.insert(image.end(), {a, r, b, d});
+        shiftX.insert(shiftX.end(), {fx, 0, 0, 0});
+        shiftY.insert(shiftY.end(), {fy, 0, 0, 0});
+    }
+    StWarp warp(MakeImage<float>(IMAGE_GREY_F, CSize(2, 2, planes), image), shiftX, shiftY);
+    const FloatRow out = warp.Floats();
+    const CImage* const shifts[3]{&warp.node.InputImage(1), &warp.node.InputImage(2), nullptr};
+    EXPECT_EQ(out, (PlainResample<float, float>(warp.node.InputImage(0), shifts, true, 200.0F)));
 }
 
 TEST(Resample, AgreesWithThePlainLoop) {
@@ -419,8 +447,11 @@ TEST(Resample, AgreesWithThePlainLoop) {
             const auto expected = type == IMAGE_GREY_8
                                       ? PlainResample<T, std::uint8_t>(node.InputImage(0), shifts, false, background)
                                       : PlainResample<T, float>(node.InputImage(0), shifts, isBilinear, background);
-            const CImage wanted = *MakeImage<T>(data, size, expected);
-            EXPECT_TRUE(SameImage(wanted, node.Output())) << data.ToString() << " by " << type.ToString() << " shifts";
+            const ImagePtr wanted = MakeImage<T>(data, size, expected);
+            const bool isMixed = isBilinear && type == IMAGE_GREY_F; // what is only moved keeps the bits of every NaN
+            EXPECT_TRUE(isMixed ? SameImage(*WithOneNaN(*wanted), *WithOneNaN(node.Output()))
+                                : SameImage(*wanted, node.Output()))
+                << data.ToString() << " by " << type.ToString() << " shifts";
         };
         data == IMAGE_GREY_8 ? expect(std::uint8_t{77}) : expect(77.0F);
     }

@@ -1,4 +1,5 @@
 #include "NodeTest.h"
+#include "OneNaN.h"
 
 #include <algorithm>
 #include <cmath>
@@ -502,7 +503,7 @@ TEST(Resize, LeavesSizesThatNoImageHasToTheImage) {
 
 TEST(Resize, SumsColumnsThatNo32BitsHold) {
     // 2^24 rows of 255 and some more, as a single window.
-    const std::int64_t height = (1 << 24) + 4096;
+    const std::int64_t height = (1 << 24) + (1 << 17);
     auto image = Zeros(1, height);
     image->Buffer().Set(255);
     const FloatRow out = StResize(std::move(image), 0.9, 0.9 / static_cast<double>(height)).Floats();
@@ -519,23 +520,35 @@ ImagePtr RandomPlane(const IImage::CType& type, const CSize& size, bool isWild, 
     return image;
 }
 
-/// A copy whose NaN are all the same: which one a sum of two of them gives is left to the compiler.
-ImagePtr WithOneNaN(const CImage& image) {
-    auto copy = std::make_unique<CImage>(image);
-    if (image.Type() == IMAGE_GREY_F) {
-        auto* elements = static_cast<float*>(copy->Buffer().Data());
-        std::replace_if(
-            elements, elements + image.Size().Elements(), [](float element) { return std::isnan(element); },
-            std::numeric_limits<float>::quiet_NaN());
-    }
-    return copy;
-}
-
 template <class T> ImagePtr PlainResize(const CImage& image, double factorX, double factorY, bool isGauss) {
     if (factorX >= 1.0 || factorY >= 1.0) {
         return PlainBilinear<T>(image, factorX, factorY);
     }
     return isGauss ? PlainGauss<T>(image, factorX, factorY) : PlainBoxMean<T>(image, factorX, factorY);
+}
+
+TEST(Resize, AddsWeightedElementsInOrder) {
+    // Elements about the middle of each axis are opposite: what is left of their sum are rounding errors.
+    constexpr std::int64_t middle = 16;
+    constexpr std::int64_t extent = 2 * middle + 1;
+    std::mt19937 random(20260407);
+    FloatRow rows;
+    FloatRow columns;
+    for (std::int64_t y = 0; y < extent; ++y) {
+        for (std::int64_t x = 0; x < extent; ++x) {
+            const auto number = static_cast<float>(random());
+            const auto below = static_cast<std::size_t>(x + extent * (extent - 1 - y));
+            const auto beside = static_cast<std::size_t>(extent * (y + 1) - 1 - x);
+            rows.push_back(y < middle ? number : y == middle ? 0.0F : -rows[below]);
+            columns.push_back(x < middle ? number : x == middle ? 0.0F : -columns[beside]);
+        }
+    }
+    for (const FloatRow& elements : {rows, columns}) {
+        StResize gauss(Floats(extent, extent, elements), 0.5, 0.5);
+        gauss.node.Set("shrink_method", "gauss");
+        const CImage& output = gauss.Output();
+        EXPECT_TRUE(SameImage(*PlainGauss<float>(gauss.node.InputImage(0), 0.5, 0.5), output));
+    }
 }
 
 TEST(Resize, AgreesWithThePlainLoops) {

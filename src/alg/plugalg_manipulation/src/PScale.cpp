@@ -197,12 +197,16 @@ void CPScale::Run() {
         const CScaledAxis axisX(width, scale_x);
         const CScaledAxis axisY(height, scale_y);
         const CScaledAxis axisZ(depth, scale_z);
+        const std::int64_t elements = width * height * depth;
         const bool isVoid = scale_x == 0.0 || scale_y == 0.0 || scale_z == 0.0;
+        const bool isCopy = scale_x == 1.0 && scale_y == 1.0 && scale_z == 1.0;
         DispatchNumber<float, std::uint8_t>(input.Type(), kWhere, [&]<class T>(Element<T>) {
             const T background = ElementFromNumber<T>(bg_value);
             T* out = Elements<T>(*output);
             if (isVoid) {
-                std::fill_n(out, input.Size().Elements(), background);
+                std::fill_n(out, elements, background);
+            } else if (isCopy) {
+                CopyElements(Elements<T>(input), out, elements);
             } else {
                 ScaleImage(Elements<T>(input), out, axisX, axisY, axisZ, background);
             }

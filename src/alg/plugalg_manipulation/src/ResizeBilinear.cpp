@@ -52,8 +52,7 @@ struct StColumns {
     std::uint16_t parts[kColumns]; ///< that number
 };
 
-/// With a ratio of 1, 2, 4, 8 or 16, or one of their inverses and so on, every fraction is a whole number of
-/// sixteenths.
+/// True for powers of two up to 16: then every fraction is exactly a whole number of sixteenths.
 bool HasSixteenths(double ratio) {
     int exponent = 0;
     return std::frexp(ratio, &exponent) == 0.5 && ratio <= kParts;
