@@ -155,6 +155,15 @@ TEST(CartesianToPolar, TruncatesToTheLowBitsOfItsTypes) {
     }
 }
 
+TEST(CartesianToPolar, KeepsTheSignOfZeros) {
+    CNodeUnderTest node("CartesianToPolar");
+    const auto out =
+        ElementsOf<std::uint32_t>(node.Input(0, Floats(3, 3, std::vector<float>(9, -0.0F))).Run().Output());
+    EXPECT_EQ(out[0], 0x80000000U) << "between four elements";
+    EXPECT_EQ(out[1], 0x80000000U) << "in the last column, between two";
+    EXPECT_EQ(out[2], 0U) << "outside";
+}
+
 TEST(CartesianToPolar, RefusesMissingInputsAndOtherTypes) {
     const StFailure missing{kWhere, "input image is NULL"};
     CNodeUnderTest node("CartesianToPolar");

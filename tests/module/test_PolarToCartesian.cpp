@@ -8,7 +8,9 @@ constexpr const char* kWhere = "(manipulation plugins) PolarToCartesian::Run";
 /// The folding as it is told, element by element.
 template <class T, class Integer> std::vector<T> PlainFold(const CImage& image, bool ignoreZero) {
     const std::vector<T> in = ElementsOf<T>(image);
-    const auto [radii, angles, depth] = std::tuple(image.Size().x, image.Size().y, image.Size().z);
+    const std::int64_t radii = image.Size().x;
+    const std::int64_t angles = image.Size().y;
+    const std::int64_t depth = image.Size().z;
     const std::int64_t n = 2 * radii - 1;
     const auto m = static_cast<double>(n / 2);
     constexpr bool isFloat = std::is_same_v<T, float>;
@@ -172,7 +174,7 @@ TEST(PolarToCartesian, LeavesTheRestOfASectorAndTheCornersZero) {
         }
     }
     const auto disc = Folded(Bytes(4, 26, std::vector<std::uint8_t>(104, 9)));
-    for (const std::size_t corner : {0, 6, 42, 48}) {
+    for (const std::size_t corner : {0U, 6U, 42U, 48U}) {
         EXPECT_EQ(disc[corner], 0);
     }
 }

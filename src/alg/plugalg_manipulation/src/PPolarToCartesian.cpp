@@ -59,7 +59,7 @@ constexpr double kCircle = 6.283185307179586;
 /// Integers are rounded. Floats get the zero added too, which takes the sign from a negative zero.
 template <class T> constexpr double kRounding = std::is_floating_point_v<T> ? 0.0 : 0.5;
 
-double Radius(double dx, double dy) { return std::sqrt(dx * dx + dy * dy); }
+[[gnu::always_inline]] inline double Radius(double dx, double dy) { return std::sqrt(dx * dx + dy * dy); }
 
 /// The angle from 0 to a full circle.
 [[gnu::always_inline]] inline double FullAngle(double angle) { return angle < 0.0 ? angle + kCircle : angle; }
@@ -159,7 +159,7 @@ struct StPolarCells : StCells {
 /// them, so that the cells don't serve.
 MANI_VECTOR_VARIANTS bool FindPolarCells(const StPolar& polar, double side, std::int64_t radii, std::int64_t angles,
                                          int count, StPolarCells& cells) {
-    const auto width = static_cast<std::int32_t>(radii);
+    const auto width = static_cast<std::uint32_t>(radii);
     const auto rows = static_cast<double>(radii);
     const double error = 2.0 * kAngleError * rows; // as much again for what rounding adds
     const double last = static_cast<double>(angles - 1) - error;
@@ -175,8 +175,11 @@ MANI_VECTOR_VARIANTS bool FindPolarCells(const StPolar& polar, double side, std:
         const bool between = std::fabs(fa - 0.5) < error;
         cells.fx[i] = rho - ir;
         cells.fy[i] = fa;
-        cells.element[i] = ia * width + ir;
-        cells.nearest[i] = static_cast<std::int32_t>(q + 0.5) * width + static_cast<std::int32_t>(rho + 0.5);
+        // unsigned, since a row far behind the last one has a number beyond 32 bits
+        cells.element[i] = static_cast<std::int32_t>(static_cast<std::uint32_t>(ia) * width) + ir;
+        cells.nearest[i] =
+            static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::int32_t>(q + 0.5)) * width) +
+            static_cast<std::int32_t>(rho + 0.5);
         cells.unclear[i] = (atRow | atNext | between) ? 1 : 0;
         beyond += q >= last ? 1 : 0;
     }
@@ -292,7 +295,13 @@ private:
         if (m_ignoreZero) {
             ClearZeros(plane, m_cells.nearest, out, count);
         }
-        for (int i = 0; i < count && unclear > 0; ++i) {
+        if (unclear > 0) {
+            ServeUnclear(z, dy, dx, out, count);
+        }
+    }
+
+    void ServeUnclear(std::int64_t z, double dy, double dx, T* out, int count) const {
+        for (int i = 0; i < count; ++i) {
             if (m_unclear[i] != 0) {
                 out[i] = PlainPixel(z, dx + i, dy);
             }

@@ -272,22 +272,20 @@ struct StPositions {
     double v[kSteps];
 };
 
-/// Along one axis: the lower one of two neighbouring elements, and the distance from the nearest to the position.
+/// Along one axis: the lower one of two neighbouring elements, which of the two is the nearest to the position and
+/// which lies on its other side (1.0 for the higher one; at the edges of the image both are the same), and the distance
+/// from the nearest one.
 struct StAxis {
     std::int32_t low[kSteps];
+    double near[kSteps];
+    double far[kSteps];
     double distance[kSteps];
 };
 
-/// Both axes, and which of the neighbours count.
 struct StSamples {
     StAxis x;
     StAxis y;
-    std::int32_t choice[kSteps];
 };
-
-/// In `choice`: the higher neighbour is the nearest one, or the one on the position's other side. At the edges of the
-/// image both are the same.
-enum EnChoice : std::int32_t { kNearX = 1, kFarX = 2, kNearY = 4, kFarY = 8 };
 
 /// The two by two elements around each position, as pairs from the upper and from the lower row.
 template <class T> struct StPairs {
@@ -313,33 +311,31 @@ void Advance(double c, double s, int steps, double* u, double* v, StPositions* l
     std::copy_n(laneV, kLanes, v);
 }
 
-/// Finds the neighbours of a position and gives the choice among them. Positions halfway count as nearer to the higher
-/// element. The distance is that from the nearest element also where this lies beyond the edge and is replaced by it.
-[[gnu::always_inline]] inline std::int32_t FindAxis(double at, double last, double lastLow, StAxis& axis, int i) {
-    const double low = std::floor(at);
-    const double high = std::ceil(at);
-    const bool lowIsNear = high - at > at - low;
-    const double near = lowIsNear ? low : high;
-    const double far = lowIsNear ? high : low;
-    const double pair = low < 0.0 ? 0.0 : low > lastLow ? lastLow : low;
-    axis.low[i] = static_cast<std::int32_t>(pair);
-    axis.distance[i] = std::fabs(at - near);
-    const bool nearIsHigher = near > pair && last > pair;
-    const bool farIsHigher = far > pair && last > pair;
-    return (nearIsHigher ? 1 : 0) + (farIsHigher ? 2 : 0);
+/// Positions halfway count as nearer to the higher element. The distance is that from the nearest element also where
+/// this lies beyond the edge and is replaced by it.
+MANI_VECTOR_VARIANTS void FindAxis(const double* positions, int count, std::int32_t extent, StAxis& axis) {
+    const double last = extent - 1.0;
+    const double lastLow = std::max(extent - 2.0, 0.0);
+    for (int i = 0; i < count; ++i) {
+        const double at = positions[i];
+        const double low = std::floor(at);
+        const double high = std::ceil(at);
+        const bool lowIsNear = high - at > at - low;
+        const double near = lowIsNear ? low : high;
+        const double far = lowIsNear ? high : low;
+        const double pair = low < 0.0 ? 0.0 : low > lastLow ? lastLow : low;
+        const double nearInside = near < 0.0 ? 0.0 : near > last ? last : near;
+        const double farInside = far < 0.0 ? 0.0 : far > last ? last : far;
+        axis.low[i] = static_cast<std::int32_t>(pair);
+        axis.near[i] = nearInside - pair;
+        axis.far[i] = farInside - pair;
+        axis.distance[i] = std::fabs(at - near);
+    }
 }
 
-MANI_VECTOR_VARIANTS void FindSamples(const StPositions& at, int count, std::int32_t width, std::int32_t height,
-                                      StSamples& samples) {
-    const double lastX = width - 1.0;
-    const double lastY = height - 1.0;
-    const double lastLowX = std::max(width - 2.0, 0.0);
-    const double lastLowY = std::max(height - 2.0, 0.0);
-    for (int i = 0; i < count; ++i) {
-        const std::int32_t choiceX = FindAxis(at.u[i], lastX, lastLowX, samples.x, i);
-        const std::int32_t choiceY = FindAxis(at.v[i], lastY, lastLowY, samples.y, i);
-        samples.choice[i] = choiceX + 4 * choiceY;
-    }
+void FindSamples(const StPositions& at, int count, std::int32_t width, std::int32_t height, StSamples& samples) {
+    FindAxis(at.u, count, width, samples.x);
+    FindAxis(at.v, count, height, samples.y);
 }
 
 template <class T>
@@ -359,14 +355,15 @@ MANI_VECTOR_VARIANTS void MixPairs(const StPairs<T>& pairs, const StSamples& sam
         const double upper1 = pairs.upper[2 * i + 1];
         const double lower0 = pairs.lower[2 * i];
         const double lower1 = pairs.lower[2 * i + 1];
-        const std::int32_t choice = samples.choice[i];
-        const double upper = (choice & kNearX) != 0 ? upper1 : upper0;
-        const double lower = (choice & kNearX) != 0 ? lower1 : lower0;
-        const double nearRow0 = (choice & kNearY) != 0 ? lower0 : upper0;
-        const double nearRow1 = (choice & kNearY) != 0 ? lower1 : upper1;
-        const double p = (choice & kNearY) != 0 ? lower : upper;
-        const double q = (choice & kFarY) != 0 ? lower : upper;
-        const double t = (choice & kFarX) != 0 ? nearRow1 : nearRow0;
+        const bool right = samples.x.near[i] != 0.0;
+        const bool below = samples.y.near[i] != 0.0;
+        const double upper = right ? upper1 : upper0;
+        const double lower = right ? lower1 : lower0;
+        const double nearRow0 = below ? lower0 : upper0;
+        const double nearRow1 = below ? lower1 : upper1;
+        const double p = below ? lower : upper;
+        const double q = samples.y.far[i] != 0.0 ? lower : upper;
+        const double t = samples.x.far[i] != 0.0 ? nearRow1 : nearRow0;
         const double dx = samples.x.distance[i];
         const double dy = samples.y.distance[i];
         const auto value = static_cast<float>((q * dy + (1.0 - dy) * p) * 0.5 + (t * dx + (1.0 - dx) * p) * 0.5);
