@@ -3,33 +3,62 @@
 
 #include "Intensity.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
 
 namespace QUOR::shapefeatures {
 
-StIntensity::StIntensity(const CRegion& region) {
+namespace {
+
+/// Sums, extremes and whether all values are numbers, of one run or of several.
+struct StSums {
     double count = 0.0;
     double sum = 0.0;
     double least = std::numeric_limits<double>::infinity();
-    double largest = -least;
-    region.ForEachGreyValue([&](double value) {
-        count += 1.0;
-        sum += value;
-        // What is no number compares as false with anything: it stays once it is there.
-        least = value < least || std::isnan(value) ? value : least;
-        largest = value > largest || std::isnan(value) ? value : largest;
-    });
-    if (count == 0.0) {
+    double largest = -std::numeric_limits<double>::infinity();
+    bool areNumbers = true;
+};
+
+StSums SumsOf(std::span<const float> values) {
+    StSums sums{.count = static_cast<double>(values.size())};
+    for (const double value : values) {
+        sums.sum += value;
+        sums.least = value < sums.least ? value : sums.least;
+        sums.largest = value > sums.largest ? value : sums.largest;
+        sums.areNumbers = sums.areNumbers & (value == value);
+    }
+    return sums;
+}
+
+StSums Together(const StSums& a, const StSums& b) {
+    return {a.count + b.count, a.sum + b.sum, std::min(a.least, b.least), std::max(a.largest, b.largest),
+            a.areNumbers && b.areNumbers};
+}
+
+double SquaresAbout(double mean, std::span<const float> values) {
+    double squares = 0.0;
+    for (const double value : values) {
+        squares += (value - mean) * (value - mean);
+    }
+    return squares;
+}
+
+} // namespace
+
+StIntensity::StIntensity(const CRegion& region) {
+    StSums sums;
+    region.ForEachGreyRun([&](std::span<const float> values) { sums = Together(sums, SumsOf(values)); });
+    if (sums.count == 0.0) {
         return;
     }
-    mean = sum / count;
-    minimum = least;
-    maximum = largest;
+    mean = sums.sum / sums.count;
+    minimum = sums.areNumbers ? sums.least : mean;
+    maximum = sums.areNumbers ? sums.largest : mean;
     double squares = 0.0;
-    region.ForEachGreyValue([&](double value) { squares += (value - mean) * (value - mean); });
-    deviation = std::sqrt(squares / count);
+    region.ForEachGreyRun([&](std::span<const float> values) { squares += SquaresAbout(mean, values); });
+    deviation = std::sqrt(squares / sums.count);
 }
 
 CFeatures<StIntensity>::Table IntensityFeatures() {

@@ -5,6 +5,9 @@
 #include "image/Image.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
+#include <cstring>
 #include <string>
 #include <utility>
 
@@ -46,6 +49,32 @@ const CImage& RequirePlane(const CValueMap& data, const char* key, const char* w
     return *image;
 }
 
+/// Calls `visit(x)` for each column where the region begins or has ended. The changes are marked for a block of
+/// elements first, which becomes vectors, and then looked for by words.
+template <class Visit> void ForEachChange(const float* row, std::int64_t width, Visit visit) {
+    constexpr std::int64_t block = 2048;
+    constexpr std::int64_t word = 8;
+    alignas(64) std::array<std::uint8_t, block> changes;
+    bool before = false;
+    for (std::int64_t start = 0; start < width; start += block) {
+        const float* in = row + start;
+        const std::int64_t size = std::min(block, width - start);
+        changes[0] = (in[0] != 0.0F) != before;
+        std::transform(in + 1, in + size, in, changes.begin() + 1,
+                       [](float element, float left) { return (element != 0.0F) != (left != 0.0F); });
+        std::fill(changes.begin() + size, changes.begin() + (size + word - 1) / word * word, std::uint8_t{0});
+        before = in[size - 1] != 0.0F;
+        for (std::int64_t base = 0; base < size; base += word) {
+            std::uint64_t marks = 0;
+            std::memcpy(&marks, changes.data() + base, sizeof(marks));
+            static_assert(std::endian::native == std::endian::little, "the first mark must be the lowest byte");
+            for (; marks != 0; marks &= marks - 1) {
+                visit(start + base + std::countr_zero(marks) / 8);
+            }
+        }
+    }
+}
+
 } // namespace
 
 CRegion::CRegion(const CValueMap& data, const char* where) {
@@ -65,14 +94,16 @@ CRegion::CRegion(const CValueMap& data, const char* where) {
 }
 
 void CRegion::FindRuns(std::int64_t y, Runs& runs) const {
-    const auto isRegion = [](float element) { return element != 0.0F; };
-    const float* row = m_mask + m_width * y;
-    const float* end = row + m_width;
     runs.clear();
-    for (const float* first = std::find_if(row, end, isRegion); first != end;) {
-        const float* behind = std::find_if_not(first, end, isRegion);
-        runs.push_back({first - row, behind - row});
-        first = std::find_if(behind, end, isRegion);
+    std::int64_t first = -1; // of the run that isn't at its end
+    ForEachChange(m_mask + m_width * y, m_width, [&](std::int64_t x) {
+        if (first >= 0) {
+            runs.push_back({first, x});
+        }
+        first = first >= 0 ? -1 : x;
+    });
+    if (first >= 0) {
+        runs.push_back({first, m_width});
     }
 }
 

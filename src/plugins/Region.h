@@ -3,6 +3,7 @@
 #include "Value/ValueMap.h"
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace QUOR::shapefeatures {
@@ -36,14 +37,11 @@ public:
         }
     }
 
-    /// Calls `visit(value)` for the grey value of each element of the region, in storage order.
-    template <class Visit> void ForEachGreyValue(Visit visit) const {
+    /// Calls `visit(values)` for the grey values under each run of the region, in storage order.
+    template <class Visit> void ForEachGreyRun(Visit visit) const {
         ForEachRow([&](std::int64_t y, const Runs& runs) {
-            const float* row = m_grey + m_width * y;
             for (const StRun& run : runs) {
-                for (std::int64_t x = run.first; x < run.end; ++x) {
-                    visit(row[x]);
-                }
+                visit(std::span(m_grey + m_width * y + run.first, static_cast<std::size_t>(run.Length())));
             }
         });
     }

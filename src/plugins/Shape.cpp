@@ -13,6 +13,40 @@ namespace QUOR::shapefeatures {
 
 namespace {
 
+/// Area, centre of gravity and bounding box.
+class CExtent {
+public:
+    void Add(std::int64_t y, const Runs& runs) {
+        m_minX = std::min(m_minX, runs.front().first);
+        m_endX = std::max(m_endX, runs.back().end);
+        m_minY = std::min(m_minY, y);
+        m_endY = y + 1;
+        for (const StRun& run : runs) {
+            const auto length = static_cast<double>(run.Length());
+            m_area += length;
+            m_sumX += length * static_cast<double>(run.first + run.end - 1) / 2.0;
+            m_sumY += length * static_cast<double>(y);
+        }
+    }
+
+    double Area() const { return m_area; }
+    double CentroidX() const { return m_sumX / m_area; }
+    double CentroidY() const { return m_sumY / m_area; }
+    double Left() const { return static_cast<double>(m_minX); }
+    double Top() const { return static_cast<double>(m_minY); }
+    double Width() const { return static_cast<double>(m_endX - m_minX); }
+    double Height() const { return static_cast<double>(m_endY - m_minY); }
+
+private:
+    std::int64_t m_minX = std::numeric_limits<std::int64_t>::max();
+    std::int64_t m_endX = 0;
+    std::int64_t m_minY = std::numeric_limits<std::int64_t>::max();
+    std::int64_t m_endY = 0;
+    double m_area = 0.0;
+    double m_sumX = 0.0;
+    double m_sumY = 0.0;
+};
+
 /// The number of places that are in both rows after the upper one is moved to the right by `shift`.
 std::int64_t Overlap(const Runs& upper, std::int64_t shift, const Runs& lower) {
     std::int64_t count = 0;
@@ -25,6 +59,40 @@ std::int64_t Overlap(const Runs& upper, std::int64_t shift, const Runs& lower) {
     }
     return count;
 }
+
+/// The boundary's length by the Cauchy-Crofton formula: the mean, over all directions, of the number of chords that
+/// lines at a distance of 1 cut out of the region, times pi. Four directions stand for all; neighbouring diagonals are
+/// sqrt(1/2) apart. Serra, Image Analysis and Mathematical Morphology (1982); Lehmann and Legland, Efficient
+/// N-dimensional surface estimation using Crofton formula and run-length encoding, Insight Journal (2012).
+class CChords {
+public:
+    /// A chord begins at each element whose predecessor on the line is none of the region.
+    void Add(std::int64_t y, const Runs& runs) {
+        std::int64_t count = 0;
+        for (const StRun& run : runs) {
+            count += run.Length();
+        }
+        if (y != m_upperY + 1) {
+            m_upper.clear();
+        }
+        m_rows += static_cast<double>(runs.size());
+        m_columns += static_cast<double>(count - Overlap(m_upper, 0, runs));
+        m_diagonals += static_cast<double>(2 * count - Overlap(m_upper, 1, runs) - Overlap(m_upper, -1, runs));
+        m_upper = runs;
+        m_upperY = y;
+    }
+
+    double Perimeter() const {
+        return std::numbers::pi / 4.0 * (m_rows + m_columns + m_diagonals / std::numbers::sqrt2);
+    }
+
+private:
+    Runs m_upper;
+    std::int64_t m_upperY = -1;
+    double m_rows = 0.0;
+    double m_columns = 0.0;
+    double m_diagonals = 0.0; ///< along both
+};
 
 /// A corner of an element.
 struct StCorner {
@@ -62,68 +130,47 @@ private:
     std::vector<StCorner> m_corners;
 };
 
+/// The hull of the elements' corners, not of their places: a rectangle is its own hull.
+class CHull {
+public:
+    void Add(std::int64_t y, const Runs& runs) {
+        for (const std::int64_t cornerY : {y, y + 1}) {
+            m_right.Add({runs.back().end, cornerY});
+            m_mirroredLeft.Add({-runs.front().first, cornerY});
+        }
+    }
+
+    double Area() const { return static_cast<double>(m_right.TwiceArea() + m_mirroredLeft.TwiceArea()) / 2.0; }
+
+private:
+    CHullSide m_right;
+    CHullSide m_mirroredLeft;
+};
+
 } // namespace
 
 StShape::StShape(const CRegion& region) {
-    MeasureExtent(region);
-    if (area > 0.0) {
-        MeasureBoundary(region);
-        MeasureEllipse(region);
-        MeasureHull(region);
-    }
-}
-
-void StShape::MeasureExtent(const CRegion& region) {
-    constexpr std::int64_t far = std::numeric_limits<std::int64_t>::max();
-    std::int64_t minX = far;
-    std::int64_t maxX = 0;
-    std::int64_t minY = far;
-    std::int64_t maxY = 0;
-    double sumX = 0.0;
-    double sumY = 0.0;
+    CExtent extent;
+    CChords chords;
+    CHull hull;
     region.ForEachRow([&](std::int64_t y, const Runs& runs) {
-        minX = std::min(minX, runs.front().first);
-        maxX = std::max(maxX, runs.back().end - 1);
-        minY = std::min(minY, y);
-        maxY = y;
-        for (const StRun& run : runs) {
-            const auto length = static_cast<double>(run.Length());
-            area += length;
-            sumX += length * static_cast<double>(run.first + run.end - 1) / 2.0;
-            sumY += length * static_cast<double>(y);
-        }
+        extent.Add(y, runs);
+        chords.Add(y, runs);
+        hull.Add(y, runs);
     });
-    if (area > 0.0) {
-        centroidX = sumX / area;
-        centroidY = sumY / area;
-        left = static_cast<double>(minX);
-        top = static_cast<double>(minY);
-        width = static_cast<double>(maxX - minX + 1);
-        height = static_cast<double>(maxY - minY + 1);
+    area = extent.Area();
+    if (area == 0.0) {
+        return;
     }
-}
-
-/// The Cauchy-Crofton formula: a boundary's length is the mean, over all directions, of the number of chords that lines
-/// at a distance of 1 cut out of the region, times pi. Four directions stand for all; neighbouring diagonals are
-/// sqrt(1/2) apart. Serra, Image Analysis and Mathematical Morphology (1982); Lehmann and Legland, Efficient
-/// N-dimensional surface estimation using Crofton formula and run-length encoding, Insight Journal (2012).
-void StShape::MeasureBoundary(const CRegion& region) {
-    // A chord begins at every element without a predecessor in the region along the line.
-    double rowChords = 0.0;
-    double columnChords = area;
-    double diagonalChords = 2.0 * area;
-    Runs upper;
-    std::int64_t upperY = -1;
-    region.ForEachRow([&](std::int64_t y, const Runs& runs) {
-        rowChords += static_cast<double>(runs.size());
-        if (y == upperY + 1) {
-            columnChords -= static_cast<double>(Overlap(upper, 0, runs));
-            diagonalChords -= static_cast<double>(Overlap(upper, 1, runs) + Overlap(upper, -1, runs));
-        }
-        upper = runs;
-        upperY = y;
-    });
-    perimeter = std::numbers::pi / 4.0 * (rowChords + columnChords + diagonalChords / std::numbers::sqrt2);
+    centroidX = extent.CentroidX();
+    centroidY = extent.CentroidY();
+    left = extent.Left();
+    top = extent.Top();
+    width = extent.Width();
+    height = extent.Height();
+    perimeter = chords.Perimeter();
+    convexArea = hull.Area();
+    MeasureEllipse(region);
 }
 
 /// The ellipse with the region's second central moments. Each element has the moments of a square, 1/12, beside those
@@ -160,19 +207,6 @@ void StShape::MeasureEllipse(const CRegion& region) {
     majorAxis = 4.0 * std::sqrt((varianceX + varianceY + root) / 2.0 + square);
     minorAxis = 4.0 * std::sqrt(smaller + square);
     orientation = std::atan2(2.0 * covariance, difference) / 2.0 * (180.0 / std::numbers::pi);
-}
-
-/// The hull of the elements' corners, not of their places: a rectangle is its own hull.
-void StShape::MeasureHull(const CRegion& region) {
-    CHullSide rightSide;
-    CHullSide leftSide; // mirrored
-    region.ForEachRow([&](std::int64_t y, const Runs& runs) {
-        for (const std::int64_t cornerY : {y, y + 1}) {
-            rightSide.Add({runs.back().end, cornerY});
-            leftSide.Add({-runs.front().first, cornerY});
-        }
-    });
-    convexArea = static_cast<double>(rightSide.TwiceArea() + leftSide.TwiceArea()) / 2.0;
 }
 
 CFeatures<StShape>::Table ShapeFeatures() {

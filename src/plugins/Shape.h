@@ -23,10 +23,7 @@ struct StShape {
     double convexArea = 0.0;
 
 private:
-    void MeasureExtent(const CRegion& region);
-    void MeasureBoundary(const CRegion& region);
     void MeasureEllipse(const CRegion& region);
-    void MeasureHull(const CRegion& region);
 };
 
 /// All features of shapes.

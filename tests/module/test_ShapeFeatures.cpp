@@ -233,6 +233,29 @@ TEST(ShapeFeatures, TakesEverythingButZeroAsTheRegion) {
     EXPECT_EQ(FeaturesOf("Centroid", *mask, *mask), (std::vector<double>{3.5, 0}));
 }
 
+TEST(ShapeFeatures, MeasuresLongRows) {
+    const auto line = [](int width, const std::set<int>& gaps) {
+        std::string row(static_cast<std::size_t>(width), '#');
+        for (const int gap : gaps) {
+            row[static_cast<std::size_t>(gap)] = '.';
+        }
+        const ImagePtr mask = Drawn({row});
+        const std::vector<double> features = FeaturesOf("Shape", *mask, *mask);
+        EXPECT_DOUBLE_EQ(features[7],
+                         pi / 4 * (static_cast<double>(gaps.size()) + 1 + features[0] + 2 * features[0] / sqrt2));
+        EXPECT_EQ(features[3], 0.0);
+        EXPECT_EQ(features[5], width);
+        return features[0];
+    };
+    EXPECT_EQ(line(2047, {}), 2047);
+    EXPECT_EQ(line(2048, {}), 2048);
+    EXPECT_EQ(line(2049, {}), 2049);
+    EXPECT_EQ(line(5000, {2046}), 4999);
+    EXPECT_EQ(line(5000, {2047}), 4999);
+    EXPECT_EQ(line(5000, {2048}), 4999);
+    EXPECT_EQ(line(5000, {2049, 4095, 4097, 4998}), 4996);
+}
+
 // The plain way: every element by itself, in no order that the plug-in has.
 
 double PlainPerimeter(const std::set<std::pair<int, int>>& region) {
@@ -347,6 +370,9 @@ TEST(ShapeFeatures, GivesNoNumbersForGreyValuesThatAreNone) {
         for (const double feature : FeaturesOf("Intensity", *grey, *mask)) {
             EXPECT_TRUE(std::isnan(feature));
         }
+    }
+    for (const double feature : FeaturesOf("Intensity", *Floats(3, 1, {kNaN, 1, 2}), *Floats(3, 1, {1, 0, 1}))) {
+        EXPECT_TRUE(std::isnan(feature)) << "in one of two runs";
     }
     const ImagePtr grey = Floats(3, 1, {kNaN, 3, kNaN});
     EXPECT_EQ(FeaturesOf("Intensity", *grey, *Floats(3, 1, {0, 1, 0})), (std::vector<double>{3, 0, 3, 3}))
@@ -628,7 +654,7 @@ TEST(ShapeFeatures, GiveZerosForRegionsOutsideTheData) {
 TEST(ShapeFeatures, EndAtTheLastIndex) {
     CNodeUnderTest node("LabelToFeature");
     node.Input(0, Floats(4, 3, kLabels)).Set("feature_plugin", Path("Shape").c_str()).Set("feature_index", 14);
-    EXPECT_NE(node.Failure().what, "");
+    EXPECT_EQ(node.Failure(), (StFailure{"CValueVector", "there is no entry 14, the vector has 14"}));
 }
 
 TEST(ShapeFeatures, LeaveTheNodeWithOneFailureForEveryWrongPath) {
