@@ -45,9 +45,10 @@ coverage:
 	@cmake --build --preset coverage
 	@find build-coverage -name '*.gcda' -delete
 	@ctest --preset coverage
+	@mkdir -p build-coverage/report
 	@gcovr --root . --filter src/ --filter include/ --exclude-throw-branches --exclude-unreachable-branches \
-	  --html-details build-coverage/coverage.html --print-summary build-coverage
-	@echo "the report: build-coverage/coverage.html"
+	  --html-details build-coverage/report/index.html --print-summary build-coverage
+	@echo "the report: build-coverage/report/index.html"
 
 check-format:
 	@scripts/install_packages.sh checks

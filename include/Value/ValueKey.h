@@ -30,7 +30,7 @@ public:
     std::string ToString() const;
 
     /// Numbers come before texts, numbers by value and texts by their bytes.
-    friend auto operator<=>(const CValue_Key& a, const CValue_Key& b) = default;
+    friend auto operator<=>(const CValue_Key& a, const CValue_Key& b) = default; // NOLINT(modernize-use-nullptr)
     friend bool operator==(const CValue_Key& a, const CValue_Key& b) = default;
 
 private:

@@ -192,7 +192,7 @@ CNodeUnderTest& CNodeUnderTest::RunAgain() {
 }
 
 StFailure CNodeUnderTest::Failure() {
-    const StFailure failure = FailureOf([&] { Run(); });
+    StFailure failure = FailureOf([&] { Run(); });
     EXPECT_FALSE(HasOutput(0)) << "a failed run has set an output";
     EXPECT_FALSE(HasOutput(1)) << "a failed run has set an output";
     return failure;

@@ -62,8 +62,8 @@ TEST(Buffers, AreCopiedAndMoved) {
     const void* block = a.Data();
     CBuffer moved(std::move(a));
     EXPECT_EQ(moved.Data(), block);
-    EXPECT_EQ(a.Data(), nullptr); // NOLINT(bugprone-use-after-move): a moved buffer is empty
-    EXPECT_EQ(a.Size(), 0U);
+    // A moved buffer is empty. NOLINTNEXTLINE(bugprone-use-after-move, clang-analyzer-cplusplus.Move)
+    EXPECT_TRUE(a.Data() == nullptr && a.Size() == 0);
     CBuffer assigned(5);
     assigned = copy;
     EXPECT_TRUE(IsFilledWith(assigned, 7));

@@ -51,7 +51,7 @@ TEST(ConcurrentLibrary, ExceptionsAreCopiedAcrossThreads) {
     const CException failure("where", "what", nullptr);
     InThreads([&](int /*number*/) {
         for (int round = 0; round < 1000; ++round) {
-            const CException copy(failure);
+            const CException copy(failure); // NOLINT(performance-unnecessary-copy-initialization)
             EXPECT_STREQ(copy.What(), "what");
         }
     });

@@ -218,6 +218,7 @@ CValueMap::const_iterator::const_iterator(const CValueMap& map, Entries::const_i
 CValueMap::const_iterator::const_iterator(const const_iterator& other)
     : const_iterator(*other.m_map, *other.m_position) {}
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): it assigns the same position then
 CValueMap::const_iterator& CValueMap::const_iterator::operator=(const const_iterator& other) {
     m_map = other.m_map;
     *m_position = *other.m_position;

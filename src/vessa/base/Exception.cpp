@@ -48,7 +48,7 @@ struct CException::StData {
 };
 
 CException::CException(const char* where, const char* what, const char* detail)
-    : m_data(std::make_shared<StData>(TextOf(where), TextOf(what),
+    : m_data(std::make_shared<StData>(TextOf(where), TextOf(what), // NOLINT(bugprone-throw-keyword-missing)
                                       detail == nullptr ? std::nullopt : std::optional<std::string>(detail))) {}
 
 CException::CException(const StExLocation& location, const char* what) {

@@ -44,7 +44,7 @@ std::string Widened(std::string_view text, int width) {
 }
 
 template <class Number, class... Format> std::string Formatted(Number number, int width, Format... format) {
-    std::array<char, 32> digits;
+    std::array<char, 32> digits{};
     const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number, format...).ptr;
     return Widened(std::string_view(digits.data(), static_cast<std::size_t>(end - digits.data())), width);
 }
