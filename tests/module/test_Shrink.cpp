@@ -239,6 +239,30 @@ TEST(Shrink, TheFirstSampleStandsUntilALaterOneIsStrictlyBetter) {
     EXPECT_EQ(ShrunkBlock("MEDIAN", {-0.0F, -0.0F, 0.0F, -1.0F}), minusZero);
 }
 
+TEST(Shrink, MeansOfSeveralNaNKeepThePayloadOfTheFirst) {
+    const auto number = [](std::uint32_t bits) { return std::bit_cast<float>(bits); };
+    const float first = number(0x7FC00001U);
+    const float second = number(0xFFC00002U);
+    // The second sample comes first in the mean. Blocks alike fill the vectors, the odd width leaves one beside them.
+    constexpr int blocks = 33;
+    std::vector<float> upper;
+    std::vector<float> lower;
+    for (int block = 0; block < blocks; ++block) {
+        upper.insert(upper.end(), {second, first});
+        lower.insert(lower.end(), {1.0F, second});
+    }
+    upper.push_back(1.0F);
+    lower.push_back(first);
+    std::vector<float> image = upper;
+    image.insert(image.end(), lower.begin(), lower.end());
+    CNodeUnderTest node("Shrink");
+    node.Set("mode", "AVERAGE").Input(0, Floats(2 * blocks + 1, 2, image)).Run();
+    EXPECT_EQ(ElementsOf<std::uint32_t>(node.Output()), std::vector<std::uint32_t>(blocks + 1, 0x7FC00001U));
+    EXPECT_EQ(ShrunkBlock("AVERAGE", {1.0F, number(0x7FA00005U), second, first}), 0x7FE00005U) << "made quiet";
+    EXPECT_EQ(ShrunkBlock("MEDIAN", {1.0F, first, second, 2.0F}), 0x7FC00001U);
+    EXPECT_EQ(ShrunkBlock("MEDIAN", {1.0F, second, first, 2.0F}), 0xFFC00002U);
+}
+
 TEST(Shrink, SkipKeepsTheBitsOfEveryFloat) {
     CNodeUnderTest node("Shrink");
     node.Input(0, MakeImage<std::uint32_t>(IMAGE_GREY_F, CSize(3, 1), {0x7FA00001U, 1U, 0x80000000U})).Run();

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace QUOR {
 
@@ -69,6 +70,9 @@ struct StMin {
     }
 };
 
+/// The sum, of two NaN the first: which of them a plain addition gives differs between compilers and vector widths.
+inline float Sum(float a, float b) { return a + (std::isnan(a) ? 0.0F : b); }
+
 struct StMedian {
     template <class T> static void Order(T& a, T& b) {
         const T lower = b < a ? b : a;
@@ -85,7 +89,7 @@ struct StMedian {
         Order(a, b);
         return Mean(b, c);
     }
-    static float Mean(float a, float b) { return (a + b) * 0.5F; }
+    static float Mean(float a, float b) { return Sum(a, b) * 0.5F; }
     static std::uint8_t Mean(std::uint8_t a, std::uint8_t b) { return static_cast<std::uint8_t>((a + b) / 2); }
 };
 
@@ -93,7 +97,7 @@ struct StAverage {
     template <class T> static T Of(T a, T b, T c, T d) { return Of(a, b, c, d, a, b, c, d); }
     /// The order of the additions counts.
     static float Of(float a, float b, float c, float d, float e, float f, float g, float h) {
-        return (b + a + c + d + e + f + g + h) * 0.125F;
+        return Sum(Sum(Sum(Sum(Sum(Sum(Sum(b, a), c), d), e), f), g), h) * 0.125F;
     }
     static std::uint8_t Of(std::uint8_t a, std::uint8_t b, std::uint8_t c, std::uint8_t d, std::uint8_t e,
                            std::uint8_t f, std::uint8_t g, std::uint8_t h) {
