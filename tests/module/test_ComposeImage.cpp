@@ -256,6 +256,26 @@ TEST(ComposeImage, MixesFloatsByEachRule) {
     }
 }
 
+TEST(ComposeImage, TheMeanKeepsTheBitsOfItsFirstNaN) {
+    const auto bits = [](std::uint32_t pattern) { return std::bit_cast<float>(pattern); };
+    for (const int width : {1, 3, 8, 33}) { // alone and among vectors of any width
+        const auto row = [&](std::uint32_t pattern) {
+            return Floats(width, 1, std::vector<float>(static_cast<std::size_t>(width), bits(pattern)));
+        };
+        const auto mean = [&](std::uint32_t first, std::uint32_t second) {
+            CNodeUnderTest node("ComposeImage");
+            node.Input(0, row(first)).Input(1, row(second)).Run();
+            const auto elements = ElementsOf<std::uint32_t>(node.Output());
+            EXPECT_EQ(elements, std::vector<std::uint32_t>(elements.size(), elements.at(0)));
+            return elements.at(0);
+        };
+        EXPECT_EQ(mean(0x7FC00001, 0xFFC00002), 0x7FC00001U);
+        EXPECT_EQ(mean(0xFFC00002, 0x7FC00001), 0xFFC00002U);
+        EXPECT_EQ(mean(0x7FC00001, 0x3F800000), 0x7FC00001U);
+        EXPECT_EQ(mean(0x3F800000, 0x7FC00002), 0x7FC00002U);
+    }
+}
+
 TEST(ComposeImage, TakesTheBackgroundByItsLowBitsOrInSinglePrecision) {
     struct StRow {
         double value;

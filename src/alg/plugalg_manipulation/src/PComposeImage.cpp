@@ -104,7 +104,11 @@ struct StMin {
 };
 
 struct StMean {
-    static float Mix(float a, float b) { return (a + b) * 0.5F; }
+    static float Mix(float a, float b) {
+        // Of two NaNs the first one stays; the sum alone has either one's bits, as the compiler orders its operands.
+        const float sum = a + b;
+        return (a != a ? a : sum) * 0.5F;
+    }
     static std::uint8_t Mix(std::uint8_t a, std::uint8_t b) { // without a carry out of 8 bits
         return static_cast<std::uint8_t>((a & b) + ((a ^ b) >> 1));
     }

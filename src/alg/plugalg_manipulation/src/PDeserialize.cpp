@@ -36,15 +36,15 @@ OUTPUT 0
 Output image containing the redistributed data, same image type as input 1.
 
 PARAMETER size_x
-The type of this parameter is of type long. new image size in x-direction.
+The type of this parameter is of type long. New image size in x-direction.
 By default it is set to \a 0, i.e. the size of the input image is kept.
 
 PARAMETER size_y
-The type of this parameter is of type long. new image size in y-direction.
+The type of this parameter is of type long. New image size in y-direction.
 By default it is set to \a 0, i.e. the size of the input image is kept.
 
 PARAMETER size_z
-The type of this parameter is of type long. new image size in z-direction.
+The type of this parameter is of type long. New image size in z-direction.
 By default it is set to \a 0, i.e. the size of the input image is kept.
 
 KEYWORDS

@@ -66,8 +66,6 @@ void CPPlaneToVolume::GetPluginSetup(CValueMap& setup) {
     description.Text(kText);
 }
 
-void CPPlaneToVolume::NodeInit() {}
-
 void CPPlaneToVolume::Run() {
     CValue& inputValue = RequireValue(*this, 0, kWhere, "input image is NULL");
     CValue& planeValue = RequireValue(*this, 1, kWhere, "input image is NULL");

@@ -7,11 +7,11 @@
 #include "Blocks.h"
 #include "Description.h"
 #include "Elements.h"
+#include "ExtentProduct.h"
 #include "Inputs.h"
 #include "Output.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace QUOR {
 
@@ -74,12 +74,6 @@ void ReplicateImage(const CImage& input, EnAxis axis, std::int64_t count, CImage
     }
 }
 
-/// An extent beyond 64 bits becomes a negative one, which no image takes.
-std::int64_t Multiplied(std::int64_t extent, std::int64_t count) {
-    constexpr auto limits = std::numeric_limits<std::int64_t>();
-    return extent > limits.max() / count ? limits.min() : extent * count;
-}
-
 } // namespace
 
 void CPReplicate::GetPluginSetup(CValueMap& setup) {
@@ -106,7 +100,7 @@ void CPReplicate::Run() {
     }
 
     StExtents extents = Extents(input);
-    ExtentAlong(extents, axis) = Multiplied(ExtentAlong(extents, axis), count);
+    ExtentAlong(extents, axis) = ExtentProduct(ExtentAlong(extents, axis), count);
     auto output = NewImage(input.Type(), CSize(extents.width, extents.height, extents.depth));
     if (!IsEmpty(input)) {
         ReplicateImage(input, axis, count, *output);

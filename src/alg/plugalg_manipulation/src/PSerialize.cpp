@@ -28,7 +28,7 @@ OUTPUT 0
 Output image of same type containing the redistributed data.
 
 PARAMETER direction
-The type of this parameter is of type string. direction of the resulting vector.
+The type of this parameter is of type string. Direction of the resulting vector.
 By default it is set to \a Z.
 
 KEYWORDS

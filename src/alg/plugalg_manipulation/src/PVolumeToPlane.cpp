@@ -6,10 +6,12 @@
 
 #include "Blocks.h"
 #include "Description.h"
+#include "ExtentProduct.h"
 #include "Inputs.h"
 #include "Numbers.h"
 #include "Output.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -44,12 +46,6 @@ By default it is set to \a 0.
 /// The place of a tile in one direction: a product that wraps around in 32 bits.
 std::int64_t TilePlace(std::int64_t number, std::int64_t extent) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(number) * static_cast<std::uint32_t>(extent));
-}
-
-/// A product of two extents; the largest integer where 64 bits can't hold it, which no image can have.
-std::int64_t ExtentProduct(std::int64_t a, std::int64_t b) {
-    std::int64_t product = 0;
-    return __builtin_mul_overflow(a, b, &product) ? std::numeric_limits<std::int64_t>::max() : product;
 }
 
 template <class T>
