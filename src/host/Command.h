@@ -13,7 +13,7 @@
 namespace vessa {
 
 /// Where a command writes, and what it finds around it.
-struct StSession {
+struct StContext {
     std::ostream& out; ///< results
     std::ostream& err; ///< all else
     std::size_t width; ///< letters in a line of text for people
@@ -27,12 +27,12 @@ struct StCommand {
     const char* name;
     const char* brief;
     /// Does the work. Failures are raised.
-    void (*run)(const StSession& session, const Arguments& arguments);
+    void (*run)(const StContext& context, const Arguments& arguments);
 };
 
-void ListCommand(const StSession& session, const Arguments& arguments);
-void DescribeCommand(const StSession& session, const Arguments& arguments);
-void RunCommand(const StSession& session, const Arguments& arguments);
+void ListCommand(const StContext& context, const Arguments& arguments);
+void DescribeCommand(const StContext& context, const Arguments& arguments);
+void RunCommand(const StContext& context, const Arguments& arguments);
 
 /// A parser without options but `--help`, which the caller handles: CLI11's own raises.
 class CArgumentParser {

@@ -7,7 +7,7 @@
 
 namespace vessa {
 
-void DescribeCommand(const StSession& session, const Arguments& arguments) {
+void DescribeCommand(const StContext& context, const Arguments& arguments) {
     CArgumentParser parser("vessa describe", "Tells all that a node says of itself.");
     std::string name;
     std::vector<std::string> plugins;
@@ -18,17 +18,17 @@ void DescribeCommand(const StSession& session, const Arguments& arguments) {
     parser.Parse(arguments);
     parser.RefuseRest();
     if (parser.WantsHelp()) {
-        session.out << parser.Help();
+        context.out << parser.Help();
         return;
     }
-    const CModules::StNode found = CModules(session.places, plugins, session.err).Make(name);
+    const CModules::StNode found = CModules(context.places, plugins, context.err).Make(name);
     const StNodeDescription node = Describe(name, *found.node);
     const std::string module = std::filesystem::path(found.file).stem().string();
     if (json) {
         constexpr auto replace = nlohmann::ordered_json::error_handler_t::replace;
-        session.out << DescriptionJson(node, module).dump(2, ' ', false, replace) << '\n';
+        context.out << DescriptionJson(node, module).dump(2, ' ', false, replace) << '\n';
     } else {
-        session.out << DescriptionText(node, module, session.width);
+        context.out << DescriptionText(node, module, context.width);
     }
 }
 

@@ -39,7 +39,7 @@ void WriteText(std::ostream& out, const std::vector<CModules::StModule>& modules
 
 } // namespace
 
-void ListCommand(const StSession& session, const Arguments& arguments) {
+void ListCommand(const StContext& context, const Arguments& arguments) {
     CArgumentParser parser("vessa list", "Lists the nodes, by the module that they come from.");
     std::vector<std::string> plugins;
     bool json = false;
@@ -48,11 +48,11 @@ void ListCommand(const StSession& session, const Arguments& arguments) {
     parser.Parse(arguments);
     parser.RefuseRest();
     if (parser.WantsHelp()) {
-        session.out << parser.Help();
+        context.out << parser.Help();
         return;
     }
-    const auto modules = CModules(session.places, plugins, session.err).All();
-    json ? WriteJson(session.out, modules) : WriteText(session.out, modules);
+    const auto modules = CModules(context.places, plugins, context.err).All();
+    json ? WriteJson(context.out, modules) : WriteText(context.out, modules);
 }
 
 } // namespace vessa

@@ -45,7 +45,7 @@ const StCommand& CommandNamed(const std::string& name) {
     return *found;
 }
 
-void Dispatch(const StSession& session, const Arguments& arguments) {
+void Dispatch(const StContext& context, const Arguments& arguments) {
     CArgumentParser parser("vessa", "");
     bool version = false;
     parser.App().add_flag("--version", version);
@@ -53,45 +53,45 @@ void Dispatch(const StSession& session, const Arguments& arguments) {
     parser.Parse(arguments);
     const std::vector<std::string> rest = parser.App().remaining();
     if (version) {
-        session.out << "vessa " << VESSA_VERSION << '\n';
+        context.out << "vessa " << VESSA_VERSION << '\n';
     } else if (parser.WantsHelp()) {
-        WriteHelp(session.out);
+        WriteHelp(context.out);
     } else if (rest.empty()) {
         throw CUseError("no command is given; 'vessa --help' shows them");
     } else if (rest.front().starts_with('-')) {
         parser.RefuseRest();
     } else {
-        CommandNamed(rest.front()).run(session, {rest.begin() + 1, rest.end()});
+        CommandNamed(rest.front()).run(context, {rest.begin() + 1, rest.end()});
     }
 }
 
 /// Tells of a failure in one line: a message is kept but for line ends and what else steers a terminal.
-int Fail(const StSession& session, EnExitStatus status, std::string message) {
+int Fail(const StContext& context, EnExitStatus status, std::string message) {
     std::replace_if(
         message.begin(), message.end(), [](unsigned char letter) { return std::iscntrl(letter) != 0; }, ' ');
-    session.err << "vessa: " << message << std::endl;
+    context.err << "vessa: " << message << std::endl;
     return status;
 }
 
 } // namespace
 
-int RunProgram(const StSession& session, const Arguments& arguments) {
+int RunProgram(const StContext& context, const Arguments& arguments) {
     try {
-        Dispatch(session, arguments);
-        if (!session.out.flush()) {
-            return Fail(session, kWorkFailed, "the results can't be written to standard output");
+        Dispatch(context, arguments);
+        if (!context.out.flush()) {
+            return Fail(context, kWorkFailed, "the results can't be written to standard output");
         }
         return kDone;
     } catch (const CUseError& failure) {
-        return Fail(session, kWrongUse, failure.what());
+        return Fail(context, kWrongUse, failure.what());
     } catch (const CFileError& failure) {
-        return Fail(session, kWorkFailed, failure.Message());
+        return Fail(context, kWorkFailed, failure.Message());
     } catch (const QUOR::CException& failure) {
-        return Fail(session, kWorkFailed, failure.FormattedWhat());
+        return Fail(context, kWorkFailed, failure.FormattedWhat());
     } catch (const std::bad_alloc&) {
-        return Fail(session, kWorkFailed, "the memory does not suffice");
+        return Fail(context, kWorkFailed, "the memory does not suffice");
     } catch (const std::exception& failure) {
-        return Fail(session, kWorkFailed, failure.what());
+        return Fail(context, kWorkFailed, failure.what());
     }
 }
 

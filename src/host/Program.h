@@ -5,6 +5,6 @@
 namespace vessa {
 
 /// The whole program: picks the command, runs it, tells of its failure, and returns the exit status.
-int RunProgram(const StSession& session, const Arguments& arguments);
+int RunProgram(const StContext& context, const Arguments& arguments);
 
 } // namespace vessa

@@ -95,7 +95,7 @@ void PlaceParameters(const StNodeDescription& node, const std::vector<CLI::Optio
 }
 
 /// Reads the arguments of one node's run, checks them and runs it, or shows the node's help.
-void RunNamed(const StSession& session, const std::string& name, QUOR::CPNode& node, const Arguments& arguments) {
+void RunNamed(const StContext& context, const std::string& name, QUOR::CPNode& node, const Arguments& arguments) {
     const StNodeDescription description = Describe(name, node);
     CArgumentParser parser("vessa run " + name, description.brief);
     StRunArguments said;
@@ -103,8 +103,8 @@ void RunNamed(const StSession& session, const std::string& name, QUOR::CPNode& n
     const std::vector<CLI::Option*> options = AddParameterOptions(parser.App(), description);
     parser.Parse(arguments);
     if (parser.WantsHelp()) {
-        session.out << HelpText(description, parser.OptionsHelp() + TypesHelp(session.width),
-                                Example(session.places, description), session.width);
+        context.out << HelpText(description, parser.OptionsHelp() + TypesHelp(context.width),
+                                Example(context.places, description), context.width);
         return;
     }
     parser.RefuseRest();
@@ -139,7 +139,7 @@ template <class Work> void InTheNameOf(const std::string& node, const Work& work
 
 } // namespace
 
-void RunCommand(const StSession& session, const Arguments& arguments) {
+void RunCommand(const StContext& context, const Arguments& arguments) {
     // Which options there are is known only once the node is: at first, all but the common ones are left aside.
     CArgumentParser parser("vessa run", "Runs a node on files. Each parameter of the node is an option of its own: "
                                         "'vessa run NODE --help' shows them.");
@@ -147,12 +147,12 @@ void RunCommand(const StSession& session, const Arguments& arguments) {
     AddRunOptions(parser, said);
     parser.Parse(arguments);
     if (said.node.empty() && parser.WantsHelp()) {
-        session.out << parser.Help() << TypesHelp(session.width);
+        context.out << parser.Help() << TypesHelp(context.width);
         return;
     }
-    CModules modules(session.places, said.plugins, session.err);
+    CModules modules(context.places, said.plugins, context.err);
     const CModules::StNode found = modules.Make(said.node);
-    InTheNameOf(said.node, [&] { RunNamed(session, said.node, *found.node, arguments); });
+    InTheNameOf(said.node, [&] { RunNamed(context, said.node, *found.node, arguments); });
 }
 
 } // namespace vessa

@@ -82,8 +82,8 @@ StResult RunBuilt(const fs::path& folder, const std::vector<std::string>& argume
 StResult RunHere(const std::vector<std::string>& arguments) {
     const QUOR::test::CCapturedOutput out(std::cout); // where nodes write, too
     const QUOR::test::CCapturedOutput err(std::cerr);
-    const StSession session{std::cout, std::cerr, 80, PlacesBeside(fs::path(VESSA_PROGRAM).parent_path())};
-    const int status = RunProgram(session, arguments);
+    const StContext context{std::cout, std::cerr, 80, PlacesBeside(fs::path(VESSA_PROGRAM).parent_path())};
+    const int status = RunProgram(context, arguments);
     return {status, out.Text(), err.Text()};
 }
 
