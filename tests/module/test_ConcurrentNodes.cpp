@@ -22,5 +22,14 @@ TEST(ConcurrentNodes, SeparateNodesShareNothing) {
     });
 }
 
+TEST(ConcurrentNodes, AreDescribedAtOnce) {
+    InThreads([](int /*number*/) {
+        for (const std::string& name : Module().Names()) {
+            const auto setup = DescriptionOf(name);
+            EXPECT_EQ(setup->EntryString("name", "").Text(), name);
+        }
+    });
+}
+
 } // namespace
 } // namespace QUOR::test

@@ -93,6 +93,17 @@ TEST(Module, ListsItsNodesInOrder) {
     }
 }
 
+TEST(Module, MakesEachNodeAnewByItsName) {
+    for (const std::string& name : AllNodes()) {
+        const auto first = Created(name.c_str());
+        const auto second = Created(name.c_str());
+        ASSERT_NE(dynamic_cast<CPNode*>(first.get()), nullptr) << name;
+        EXPECT_NE(first, second) << name;
+        EXPECT_TRUE(first->TestInterface("CPNode")) << name;
+        EXPECT_NE(dynamic_cast<IVectorizable*>(first.get()), nullptr) << name;
+    }
+}
+
 TEST(Module, GivesNullInSilenceForAnUnknownName) {
     const CCapturedOutput out(std::cout);
     const CCapturedOutput err(std::cerr);

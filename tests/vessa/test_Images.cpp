@@ -72,7 +72,8 @@ TEST(Images, AreEmptyWithAnExtentOfZero) {
         EXPECT_EQ(image.Size(), size);
         EXPECT_EQ(image.Buffer().Size(), 0U);
         EXPECT_EQ(image.Buffer().Data(), nullptr);
-        const CImage copy(image);
+        CImage copy(image);
+        EXPECT_EQ(copy.Buffer().Set(1).Size(), 0U);
         EXPECT_EQ(copy.Size(), size);
     }
 }
