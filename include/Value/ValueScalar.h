@@ -37,7 +37,9 @@ public:
     QUOR::Long Long() const override { return m_value; }
     QUOR::Long& Long() override { return m_value; }
     double Double() const override { return m_value; }
-    using CValue::Double; // the writable form raises, since there is no double to refer to
+    /// Refers to a copy, so that the number can be read through a value that isn't constant. Writing to it changes
+    /// nothing.
+    double& Double() override { return m_asDouble = m_value; }
     CValueLong* Clone(EnTfOwnership ownership) const override;
     CValueLong& Copy(const CValue& other, EnTfOwnership ownership, bool withMeta) override;
     CValueLong& Move(CValue& other) override;
@@ -52,6 +54,7 @@ public:
 
 private:
     QUOR::Long m_value;
+    double m_asDouble = 0.0;
 };
 
 /// A floating number of double precision.

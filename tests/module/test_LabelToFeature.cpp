@@ -264,6 +264,9 @@ TEST(LabelToFeature, ScalesByTheWidths) {
     EXPECT_EQ(printedFor(CSize(15, 15), CSize(10, 10)), "zone count 1\nscale 2\nw 15\nh 15\n");
     EXPECT_EQ(printedFor(CSize(4, 4), CSize(10, 10)), "zone count 1\nscale 0\nw 0\nh 0\n");
     EXPECT_EQ(printedFor(CSize(10, 4), CSize(10, 10)), "zone count 1\nscale 1\nw 10\nh 4\n");
+    // Data without rows, 2^40 columns wide: only the number of columns is beyond 32 bits.
+    EXPECT_EQ(printedFor(CSize(1099511627776, 0), CSize(2, 1)),
+              "zone count 1\nscale 549755813888\nw 1099511627776\nh 0\n");
 }
 
 TEST(LabelToFeature, DividesTheLinearIndexForAScaledMask) {

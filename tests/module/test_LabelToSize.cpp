@@ -107,7 +107,8 @@ TEST(LabelToSize, DescribesItself) {
                         "'slice-wise' is set to TRUE.\n"),
               std::string::npos);
     std::size_t position = 0;
-    for (const char* section : {"data", "result", "width", "height", "inputImage", "width", "height", "labelImage"}) {
+    for (const char* section :
+         {"slice-wise", "data", "result", "width", "height", "inputImage", "width", "height", "labelImage"}) {
         position = text.find(std::string("\nPARAMETER ") + section + "\n", position + 1);
         ASSERT_NE(position, std::string::npos) << section;
     }

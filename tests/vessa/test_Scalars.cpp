@@ -57,7 +57,6 @@ TEST(Values, RefuseToBeUsedAsAnotherKind) {
     const std::vector<std::pair<EnValType, Use>> uses{
         {EnValType::Bool, [](CValue& value) { value.Bool(); }},
         {EnValType::Bool, [](CValue& value) { std::as_const(value).Bool(); }},
-        {EnValType::Double, [](CValue& value) { value.Double(); }},
         {EnValType::Long, [](CValue& value) { value.Long(); }},
         {EnValType::Long, [](CValue& value) { std::as_const(value).Long(); }},
         {EnValType::Map, [](CValue& value) { value.Map(); }},
@@ -89,12 +88,22 @@ TEST(Values, OnlyAnIntegerIsReadAsAFloatingNumberToo) {
         const CValue& constant = *value;
         if (constant.GenericType() == EnValType::Double) {
             EXPECT_EQ(constant.Double(), 2.5);
+            EXPECT_EQ(value->Double(), 2.5);
         } else if (constant.GenericType() == EnValType::Long) {
             EXPECT_EQ(constant.Double(), 7.0);
+            EXPECT_EQ(value->Double(), 7.0);
         } else {
-            EXPECT_EQ(FailureOf([&] { static_cast<void>(constant.Double()); }).where, "CValue");
+            const std::string& found = KindNames()[static_cast<std::size_t>(constant.GenericType())];
+            const StFailure expected{"CValue", "the value is " + found + " and can't be used as a floating number"};
+            EXPECT_EQ(FailureOf([&] { static_cast<void>(constant.Double()); }), expected);
+            EXPECT_EQ(FailureOf([&] { value->Double(); }), expected);
         }
     }
+    CValueLong number(7);
+    number.Double() = 2.5; // a copy
+    EXPECT_EQ(number.Long(), 7);
+    number.Long() = 8;
+    EXPECT_EQ(number.Double(), 8.0);
 }
 
 TEST(Values, AreWrittenThroughTheirAccessors) {

@@ -50,7 +50,7 @@ namespace {
 /// One row of the table of nodes.
 struct StNode {
     const char* name;
-    IPluginObject* (*create)(); ///< null for a node that isn't built
+    IPluginObject* (*create)();
 };
 
 template <class Node> IPluginObject* Create() { return new Node; }
@@ -104,7 +104,7 @@ MANI_EXPORT IPluginObject* CreatePluginInstanceEx(const char* name) {
     }
     for (const StNode& node : kNodes) {
         if (std::string_view(name) == node.name) {
-            return node.create == nullptr ? nullptr : node.create();
+            return node.create();
         }
     }
     return nullptr;

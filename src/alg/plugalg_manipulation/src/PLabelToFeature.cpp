@@ -280,9 +280,11 @@ void MeasureMasks(const float* labels, const StExtents& plane, const StFeature& 
 }
 
 /// How many data elements lie in a row under one label. The widths decide alone, the heights are taken to follow.
-std::int64_t DataScale(std::int64_t dataWidth, std::int64_t labelWidth) {
-    constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max(); // keeps places within 64 bits
-    return std::min(TruncateTo64(static_cast<double>(dataWidth) / static_cast<double>(labelWidth) + 0.5), most);
+std::int64_t DataScale(std::int64_t dataWidth, const StExtents& labelPlane) {
+    // Keeps places within 64 bits: data without elements may have any width.
+    const std::int64_t largest = std::max({labelPlane.width, labelPlane.height, std::int64_t{1}});
+    const std::int64_t most = std::numeric_limits<std::int64_t>::max() / largest;
+    return std::min(TruncateTo64(static_cast<double>(dataWidth) / static_cast<double>(labelPlane.width) + 0.5), most);
 }
 
 /// A zone's box on the data image, which may be larger than the label image by a whole factor.
@@ -344,7 +346,7 @@ void MeasureData(const CImage& dataImage, const CImage& labelImage, const StFeat
     if (feature.verbose) {
         std::cout << "zone count " << zones.Largest() << '\n';
     }
-    const std::int64_t scale = DataScale(dataPlane.width, plane.width);
+    const std::int64_t scale = DataScale(dataPlane.width, plane);
     for (std::int32_t record = 0; record < zones.Largest(); ++record) {
         LabelZone* zone = zones.Find(record + 1);
         const StRegion region = DataRegion(zone, plane, dataPlane, scale);

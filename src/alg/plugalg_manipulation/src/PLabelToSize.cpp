@@ -33,6 +33,9 @@ label image; must be FLOAT
 OUTPUT 0
 image with sizes assigned to each label; FLOAT
 
+PARAMETER slice-wise
+The type of this parameter is of type bool. optional: for 3d image, do replacement slice-wise if TRUE (default), or volumetric if FALSE
+
 PARAMETER data
 pointer to the data array of the input image
 
@@ -56,9 +59,6 @@ height of the image
 
 PARAMETER labelImage
 pointer to the label image
-
-PARAMETER slice-wise
-The type of this parameter is of type bool. optional: for 3d image, do replacement slice-wise if TRUE (default), or volumetric if FALSE
 
 NOTE
 For 3d images the computation is performed plane-by-plane by default resp. if parameter 'slice-wise' is set to TRUE.
