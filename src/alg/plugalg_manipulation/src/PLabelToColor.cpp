@@ -117,6 +117,12 @@ struct StPlanes {
         : red(Elements<std::uint8_t>(image)), green(red + image.Size().Elements()),
           blue(green + image.Size().Elements()) {}
 
+    void Fill(std::int64_t first, std::int64_t length, StColour colour) const {
+        std::fill_n(red + first, length, colour.red);
+        std::fill_n(green + first, length, colour.green);
+        std::fill_n(blue + first, length, colour.blue);
+    }
+
     std::uint8_t* red;
     std::uint8_t* green;
     std::uint8_t* blue;
@@ -125,24 +131,38 @@ struct StPlanes {
 void PaintElements(const float* in, std::int64_t count, const StPlanes& out, const Colours& colours, bool ignoreZero) {
     ForEachRun(in, count, [&](std::int64_t first, std::int64_t length) {
         const StColour colour = ElementColour(in[first], colours, ignoreZero);
-        std::fill_n(out.red + first, length, colour.red);
-        std::fill_n(out.green + first, length, colour.green);
-        std::fill_n(out.blue + first, length, colour.blue);
+        out.Fill(first, length, colour);
     });
 }
 
-void PaintElements(const std::uint8_t* in, std::int64_t count, const StPlanes& out, const Colours& colours,
-                   bool ignoreZero) {
-    std::array<StColour, 256> all;
-    for (std::size_t label = 0; label < all.size(); ++label) {
-        all[label] = ElementColour(static_cast<std::uint8_t>(label), colours, ignoreZero);
-    }
-    for (std::int64_t i = 0; i < count; ++i) {
+/// The colours of all byte labels.
+using AllColours = std::array<StColour, 256>;
+
+void PaintSingly(const std::uint8_t* in, std::int64_t first, std::int64_t end, const StPlanes& out,
+                 const AllColours& all) {
+    for (std::int64_t i = first; i < end; ++i) {
         const StColour colour = all[in[i]];
         out.red[i] = colour.red;
         out.green[i] = colour.green;
         out.blue[i] = colour.blue;
     }
+}
+
+void PaintElements(const std::uint8_t* in, std::int64_t count, const StPlanes& out, const Colours& colours,
+                   bool ignoreZero) {
+    AllColours all;
+    for (std::size_t label = 0; label < all.size(); ++label) {
+        all[label] = ElementColour(static_cast<std::uint8_t>(label), colours, ignoreZero);
+    }
+    std::int64_t first = 0;
+    for (; first + kLabelChunk <= count; first += kLabelChunk) {
+        if (IsUniformChunk(in + first)) {
+            out.Fill(first, kLabelChunk, all[in[first]]);
+        } else {
+            PaintSingly(in, first, first + kLabelChunk, out, all);
+        }
+    }
+    PaintSingly(in, first, count, out, all);
 }
 
 template <class T> void Paint(const CImage& labels, CImage& output, const Colours& colours, bool ignoreZero) {

@@ -122,6 +122,15 @@ template <class V> struct StTable {
     }
 };
 
+/// True if a table up to the label `last` serves whatever an element of type `L` holds, so that none needs a check.
+template <class L> bool HoldsEveryLabel(std::int64_t last) {
+    if constexpr (std::is_integral_v<L>) {
+        return last >= std::int64_t{std::numeric_limits<L>::max()};
+    } else {
+        return false;
+    }
+}
+
 template <class L, class V> void LookUpRuns(const L* in, std::int64_t count, const StTable<V>& table, V* out) {
     ForEachRun(in, count, [&](std::int64_t first, std::int64_t length) {
         std::fill_n(out + first, length, table[LabelFrom(in[first])]);
@@ -130,9 +139,15 @@ template <class L, class V> void LookUpRuns(const L* in, std::int64_t count, con
 
 /// Byte labels go through a table of all of them, which stays in the cache whatever the size of the map.
 template <class V> void LookUpBytes(const std::uint8_t* in, std::int64_t count, const std::array<V, 256>& all, V* out) {
-    for (std::int64_t i = 0; i < count; ++i) {
-        out[i] = all[in[i]];
+    std::int64_t i = 0;
+    for (; i + kLabelChunk <= count; i += kLabelChunk) {
+        if (IsUniformChunk(in + i)) {
+            std::fill_n(out + i, kLabelChunk, all[in[i]]);
+        } else {
+            std::transform(in + i, in + i + kLabelChunk, out + i, [&](std::uint8_t label) { return all[label]; });
+        }
     }
+    std::transform(in + i, in + count, out + i, [&](std::uint8_t label) { return all[label]; });
 }
 
 template <class V> std::array<V, 256> AllBytes(const StTable<V>& table) {
@@ -149,10 +164,13 @@ template <class L, class V> void LabelToValue(const CImage& labels, const StTabl
     V* out = Elements<V>(output);
     const auto count = static_cast<std::int64_t>(labels.Size().Volume());
     [[maybe_unused]] const std::array<V, 256> all = AllBytes(table);
+    const bool holdsAll = HoldsEveryLabel<L>(table.Last());
     std::int64_t largest = 0;
     for (std::int64_t first = 0; first < count; first += block) {
         const std::int64_t size = std::min(block, count - first);
-        largest = std::max(largest, LargestLabelOf(in + first, size));
+        if (!holdsAll) {
+            largest = std::max(largest, LargestLabelOf(in + first, size));
+        }
         if (largest > table.Last()) {
             continue;
         }
@@ -162,7 +180,7 @@ template <class L, class V> void LabelToValue(const CImage& labels, const StTabl
             LookUpRuns(in + first, size, table, out + first);
         }
     }
-    if (largest > table.Last()) {
+    if (largest > table.Last()) { // 0 for an image without elements, which an empty table lacks, too
         Fail(kWhere, CString("Error: maximum label from input '%1' exceeds size of map image '%2'.")
                          .Arg(static_cast<long long>(largest), 0)
                          .Arg(static_cast<long long>(table.size), 0));
