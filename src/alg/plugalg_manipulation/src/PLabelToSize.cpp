@@ -130,8 +130,6 @@ void CPLabelToSize::GetPluginSetup(CValueMap& setup) {
     description.Text(kText);
 }
 
-void CPLabelToSize::NodeInit() {}
-
 void CPLabelToSize::Run() {
     const CImage& input = RequireInput(*this, 0, kWhere, "input image is NULL", "input 0 is not an image");
     RequireType(input, {IMAGE_GREY_F}, kWhere, "input image is not of type IMAGE_GREY_F");

@@ -8,7 +8,6 @@ namespace QUOR {
 class CPLabelToSize : public CPNode {
 public:
     void GetPluginSetup(CValueMap& setup) override;
-    void NodeInit() override;
     void Run() override;
 };
 
