@@ -8,7 +8,6 @@ namespace QUOR {
 class CPAutocrop : public CPNode {
 public:
     void GetPluginSetup(CValueMap& setup) override;
-    void NodeInit() override {}
     void Run() override;
 };
 
