@@ -3,11 +3,12 @@
 
 #include "PLabelToColor.h"
 
-#include "Blocks.h"
 #include "Description.h"
+#include "Elements.h"
 #include "Inputs.h"
 #include "Numbers.h"
 #include "Output.h"
+#include "Periodic.h"
 #include "Runs.h"
 
 #include <array>
@@ -107,8 +108,7 @@ template <class T> StColour ElementColour(T element, const Colours& colours, boo
         return kBlack;
     }
     const auto count = static_cast<std::int64_t>(colours.size());
-    const std::int64_t remainder = (LabelFrom(element) - (ignoreZero ? 1 : 0)) % count;
-    return colours[static_cast<std::size_t>(remainder < 0 ? remainder + count : remainder)];
+    return colours[static_cast<std::size_t>(Periodic(LabelFrom(element) - (ignoreZero ? 1 : 0), count))];
 }
 
 /// The three planes of a colour image.

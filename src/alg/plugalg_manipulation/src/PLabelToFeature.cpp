@@ -10,7 +10,6 @@
 #include "Blocks.h"
 #include "Description.h"
 #include "Inputs.h"
-#include "Labels.h"
 #include "Numbers.h"
 #include "Output.h"
 #include "Runs.h"
@@ -124,12 +123,10 @@ template <class Visit> void ForEachZoneRun(const float* in, const StExtents& pla
 class CZones {
 public:
     CZones(const float* labels, const StExtents& plane) {
-        std::int64_t largest = 0;
         ForEachZoneRun(labels, plane, [&](std::int32_t label, std::int64_t x, std::int64_t y, std::int64_t length) {
             Widen(label, x, y, length);
-            largest = std::max<std::int64_t>(largest, label);
+            m_largest = std::max(m_largest, label);
         });
-        m_largest = static_cast<std::int32_t>(largest);
     }
 
     /// The largest label: the number of records that a plug-in is called for.

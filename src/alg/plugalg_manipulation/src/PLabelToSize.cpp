@@ -4,8 +4,8 @@
 
 #include "PLabelToSize.h"
 
-#include "Blocks.h"
 #include "Description.h"
+#include "Elements.h"
 #include "Inputs.h"
 #include "Labels.h"
 #include "Output.h"

@@ -6,8 +6,8 @@
 
 #include "PLabelToValue.h"
 
-#include "Blocks.h"
 #include "Description.h"
+#include "Elements.h"
 #include "Inputs.h"
 #include "Labels.h"
 #include "Output.h"

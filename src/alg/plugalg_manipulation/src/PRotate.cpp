@@ -11,6 +11,7 @@
 #include "Numbers.h"
 #include "Output.h"
 #include "Parameters.h"
+#include "Periodic.h"
 #include "Reverse.h"
 #include "RowSampling.h"
 #include "Transpose.h"
@@ -395,7 +396,7 @@ void TurnBy(const CImage& input, CImage& output, const StTurn& turn, const CStri
 /// The angle modulo 360, decided on 32 bits; -1 if it has a fractional part.
 int WholeDegrees(double angle) {
     constexpr int circle = 360;
-    return angle == std::trunc(angle) ? (TruncateTo32(angle) % circle + circle) % circle : -1;
+    return angle == std::trunc(angle) ? static_cast<int>(Periodic(TruncateTo32(angle), circle)) : -1;
 }
 
 template <class T> void TurnByQuarters(const CImage& input, CImage& output, int quarters) {
