@@ -18,6 +18,7 @@ struct StContext {
     std::ostream& err; ///< all else
     std::size_t width; ///< letters in a line of text for people
     StPlaces places;
+    bool isErrTerminal = false; ///< progress may be drawn on `err`
 };
 
 using Arguments = std::vector<std::string>;
@@ -33,6 +34,7 @@ struct StCommand {
 void ListCommand(const StContext& context, const Arguments& arguments);
 void DescribeCommand(const StContext& context, const Arguments& arguments);
 void RunCommand(const StContext& context, const Arguments& arguments);
+void PipelineCommand(const StContext& context, const Arguments& arguments);
 
 /// A parser without options but `--help`, which the caller handles: CLI11's own raises.
 class CArgumentParser {
