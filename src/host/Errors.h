@@ -8,6 +8,9 @@ namespace vessa {
 /// What the program tells its caller by the exit status.
 enum EnExitStatus : int { kDone = 0, kWorkFailed = 1, kWrongUse = 2, kInterrupted = 128 /* and the signal's number */ };
 
+/// What follows a message about the limit of the images' memory.
+inline constexpr const char* kRaiseMemoryLimit = ": --max-memory raises the limit";
+
 /// The program was asked for something that it doesn't offer: an unknown name, a value that isn't allowed.
 class CUseError : public std::runtime_error {
 public:
