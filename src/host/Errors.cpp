@@ -20,7 +20,7 @@ StFailure HandledFailure() {
     } catch (const QUOR::CException& failure) {
         return {kWorkFailed, failure.FormattedWhat()};
     } catch (const QUOR::CImageMemoryLimit& failure) {
-        return {kWorkFailed, std::string(failure.what()) + "; --max-memory sets the limit"};
+        return {kWorkFailed, failure.what() + std::string(kRaiseMemoryLimit)};
     } catch (const std::bad_alloc&) {
         return {kWorkFailed, "the memory does not suffice"};
     } catch (const std::exception& failure) {

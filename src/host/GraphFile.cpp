@@ -36,8 +36,8 @@ public:
         if (m_graph.nodes.empty() || m_graph.outputs.empty()) {
             throw CUseError(std::string(m_graph.nodes.empty() ? "nodes" : "outputs") + ": there are none");
         }
-        RequireReaders();
         InTheNameOf("nodes", [&] { SortNodes(m_graph); });
+        RequireReaders();
         return std::move(m_graph);
     }
 
@@ -181,17 +181,21 @@ private:
             throw CUseError("no input and no node is called '" + name + "'" + NearestHint(name, names));
         }
         const auto [first, count] = source->second;
-        std::size_t number = 0;
-        const char* const end = text.data() + text.size();
-        const bool isNumber = dot == std::string::npos ||
-                              (dot + 1 < text.size() && std::from_chars(text.data() + dot + 1, end, number).ptr == end);
-        if (!isNumber || number >= count) {
+        const std::optional<std::size_t> number = dot == std::string::npos ? 0 : NumberOf(text.substr(dot + 1));
+        if (!number || *number >= count) {
             throw CUseError("'" + text + "': '" + name + "' has " +
                             (count == 1
                                  ? "1 output, number 0"
                                  : std::to_string(count) + " outputs, numbers 0 to " + std::to_string(count - 1)));
         }
-        return first + number;
+        return first + *number;
+    }
+
+    static std::optional<std::size_t> NumberOf(const std::string& text) {
+        std::size_t number = 0;
+        const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
+        const bool isWhole = failure == std::errc() && end == text.data() + text.size();
+        return isWhole ? std::optional(number) : std::nullopt;
     }
 
     /// Each input must serve for something: one that doesn't is a slip.

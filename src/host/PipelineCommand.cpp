@@ -126,7 +126,7 @@ void RunPipeline(const StContext& context, const StPipelineArguments& said) {
         return;
     }
     RequireFolders(jobs);
-    LimitMemory(said.run);
+    const CLimitedMemory limited(said.run);
     const CInterruptGuard guard;
     options.run.signal = &CInterruptGuard::Signal();
     options.workers = std::min(options.workers, static_cast<unsigned>(std::max<std::size_t>(jobs.size(), 1)));

@@ -47,11 +47,13 @@ StWriteOptions WriteOptions(const StRunArguments& said) {
     return options;
 }
 
-void LimitMemory(const StRunArguments& said) {
+CLimitedMemory::CLimitedMemory(const StRunArguments& said) : m_before(QUOR::ImageMemoryLimit()) {
     const bool isSaid = !said.maxMemory.empty();
     QUOR::SetImageMemoryLimit(isSaid ? InTheNameOf("--max-memory", [&] { return ParseByteSize(said.maxMemory); })
                                      : MachineMemory());
 }
+
+CLimitedMemory::~CLimitedMemory() { QUOR::SetImageMemoryLimit(m_before); }
 
 CNodesTalkAside::CNodesTalkAside(const std::vector<std::string>& outputs) {
     if (std::find(outputs.begin(), outputs.end(), kStandardStream) != outputs.end()) {

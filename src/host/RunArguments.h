@@ -3,6 +3,7 @@
 #include "Command.h"
 #include "GraphRun.h"
 
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -23,8 +24,17 @@ void AddRunOptions(CArgumentParser& parser, StRunArguments& said);
 /// How values are to be written. Raises a `CUseError` for what isn't allowed.
 StWriteOptions WriteOptions(const StRunArguments& said);
 
-/// Limits the memory of all images as the command line says: without a word, to that of the machine.
-void LimitMemory(const StRunArguments& said);
+/// Limits the memory of all images while it lives, as the command line says: without a word, to that of the machine.
+class CLimitedMemory {
+public:
+    explicit CLimitedMemory(const StRunArguments& said);
+    CLimitedMemory(const CLimitedMemory&) = delete;
+    CLimitedMemory& operator=(const CLimitedMemory&) = delete;
+    ~CLimitedMemory();
+
+private:
+    std::size_t m_before;
+};
 
 /// What nodes print goes to standard error while this lives if one of `outputs` is standard output: it would stand in
 /// the midst of an image there.

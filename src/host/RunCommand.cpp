@@ -110,9 +110,10 @@ public:
         : m_context(context), m_modules(modules), m_said(said) {}
 
     /// Takes the arguments of a step, or shows the help of its node and gives false.
-    bool Add(const std::string& name, const Arguments& arguments) {
+    bool Add(const StNodeDescription& description, const Arguments& arguments) {
+        const std::string& name = description.name;
         StGraphNode node;
-        node.description = std::make_shared<StNodeDescription>(Describe(name, *m_modules.Make(name).node));
+        node.description = std::make_shared<StNodeDescription>(description);
         CArgumentParser parser("vessa run " + name, node.description->brief);
         StStepArguments step;
         AddStepOptions(parser, step);
@@ -138,8 +139,9 @@ public:
 
     /// The graph of all steps.
     StGraph Finish() {
+        const StWriteOptions options = WriteOptions(m_said);
         for (std::size_t index = 0; index < m_outputs.size(); ++index) {
-            InTheNameOf(m_graph.nodes[index].label, [&] { AddOutputs(index); });
+            InTheNameOf(m_graph.nodes[index].label, [&] { AddOutputs(index, options); });
         }
         return std::move(m_graph);
     }
@@ -158,7 +160,7 @@ private:
         for (const std::string& text : files) {
             const StInputFile file = InTheNameOf("-i " + text, [&] { return ParseInput(text); });
             CheckInputFile(file.file);
-            node.inputs.push_back(file.file.empty() ? std::nullopt : std::optional(InputOf(text, file)));
+            node.inputs.push_back(file.file.empty() ? std::nullopt : std::optional(InputOf(file)));
         }
         node.inputs.resize(ports.size());
     }
@@ -178,21 +180,20 @@ private:
     }
 
     /// The value of a file, which is read once however many inputs take it.
-    std::size_t InputOf(const std::string& text, const StInputFile& file) {
+    std::size_t InputOf(const StInputFile& file) {
         const auto known = std::find_if(m_graph.inputs.begin(), m_graph.inputs.end(),
                                         [&](const StGraphInput& input) { return input.file == file; });
-        return known == m_graph.inputs.end() ? m_graph.AddInput(text, file) : known->value;
+        return known == m_graph.inputs.end() ? m_graph.AddInput(file.file, file) : known->value;
     }
 
     /// The outputs of a step's node. Their format may have been told by a later step.
-    void AddOutputs(std::size_t index) {
+    void AddOutputs(std::size_t index, const StWriteOptions& options) {
         const StGraphNode& node = m_graph.nodes[index];
         const std::vector<std::string>& files = m_outputs[index];
         const std::vector<StPort>& ports = node.description->outputs;
         if (files.size() > ports.size()) {
             throw CUseError(Count(files.size(), "output") + " given, but the node has " + std::to_string(ports.size()));
         }
-        const StWriteOptions options = WriteOptions(m_said);
         bool anyFile = false;
         for (std::size_t port = 0; port < files.size(); ++port) {
             const std::string file = ParseOutput(files[port]);
@@ -226,7 +227,7 @@ void RunChain(const StContext& context, const StGraph& graph, const StRunArgumen
         context.out << PlanText(graph, files);
         return;
     }
-    LimitMemory(said);
+    const CLimitedMemory limited(said);
     const CNodesTalkAside aside(files.outputs);
     const StGraphTimes times = RunGraph(graph, files, options);
     if (said.timing) {
@@ -262,7 +263,8 @@ void RunCommand(const StContext& context, const Arguments& arguments) {
     StRunArguments said;
     CChain chain(context, modules, said);
     for (std::size_t index = 0; index < steps.size(); ++index) {
-        if (!InTheNameOf(names[index], [&] { return chain.Add(names[index], steps[index]); })) {
+        const StNodeDescription node = Describe(names[index], *modules.Make(names[index]).node);
+        if (!InTheNameOf(names[index], [&] { return chain.Add(node, steps[index]); })) {
             return;
         }
     }

@@ -95,7 +95,7 @@ TEST_F(GraphFile, GraphvizGetsBoxesAndWires) {
     const StGraph graph = Read(R"({"inputs": {"a": {}},
         "nodes": {"ab": {"node": "Probe", "inputs": ["a"]}, "f": {"node": "Flip", "inputs": ["ab"]}},
         "outputs": {"f": "f"}})");
-    EXPECT_EQ(DotText(graph), R"(digraph {
+    const char* const expected = R"dot(digraph {
   rankdir=LR;
   node [shape=box];
   "i a" [label="a", shape=ellipse];
@@ -106,7 +106,8 @@ TEST_F(GraphFile, GraphvizGetsBoxesAndWires) {
   "n ab" -> "n f" [taillabel="0", headlabel=""];
   "n f" -> "o f" [taillabel="", headlabel=""];
 }
-)");
+)dot";
+    EXPECT_EQ(DotText(graph), expected);
 }
 
 TEST_F(GraphFile, ParametersKeepTheirKinds) {
