@@ -140,6 +140,21 @@ TEST(Chain, TheLimitOfMemoryIsNamed) {
     EXPECT_EQ(folder.Files(), "");
 }
 
+TEST(Chain, AnImageIsFreedOnceItsLastReaderHasRun) {
+    const CTestFolder folder;
+    std::vector<std::string> chain{"run", "Flip", "-i", kPicture};
+    for (int node = 0; node < 6; ++node) {
+        chain.insert(chain.end(), {"then", "Flip", "--flip_x"});
+    }
+    chain.insert(chain.end(), {"-o", folder / "o.png", "--max-memory"});
+    constexpr int twoImages = 2 * 360 * 270;
+    std::vector<std::string> enough = chain;
+    enough.push_back(std::to_string(twoImages));
+    EXPECT_EQ(RunWith(enough), (StResult{0, "", ""}));
+    chain.push_back(std::to_string(twoImages - 1));
+    EXPECT_EQ(RunWith(chain).status, 1) << "an input and its output are there at a time";
+}
+
 /// Runs a line of the shell in a folder, with "vessa" in it, and gives the status.
 int Shell(const CTestFolder& folder, const std::string& line) {
     const std::string program = fs::path(VESSA_PROGRAM).parent_path().string();
