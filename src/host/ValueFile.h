@@ -51,7 +51,7 @@ struct StWriteOptions {
     /// The format for standard output, TIFF for images and JSON for maps without one; other files tell their own.
     std::optional<EnFormat> format = std::nullopt;
     /// How hard PNG files are compressed: 0 not at all, 9 the most. The higher levels take several times as long as the
-    /// first one to save some 15 percent.
+    /// first one to save a sixth.
     int pngLevel = 1;
 };
 
@@ -63,7 +63,8 @@ const std::vector<QUOR::IImage::CType>& AllTypes();
 /// The value in a file: a `CValueOwnedPointer<CImage>`, or a `CValueMap` for JSON.
 std::unique_ptr<QUOR::CValue> ReadValue(const std::string& file, const StReadOptions& options);
 
-/// Writes an image or a map beside its place. `Commit` moves the file there, whole; without it nothing of it remains.
+/// Writes an image or a map whole, but not to its place yet: `Commit` moves the file there, and without it nothing of
+/// it remains. The value isn't needed any more then.
 std::unique_ptr<COutputFile> StageValue(const std::string& file, const QUOR::CValue& value,
                                         const StWriteOptions& options = {});
 
