@@ -160,6 +160,10 @@ void SortNodes(StGraph& graph) {
 }
 
 void CheckFiles(const StGraph& graph, const StGraphFiles& files, const StWriteOptions& options) {
+    const auto isStream = [](const auto& input) { return input.file == kStandardStream; };
+    if (std::count_if(files.inputs.begin(), files.inputs.end(), isStream) > 1) {
+        throw CUseError("standard input can't be read for several inputs");
+    }
     for (const StInputFile& input : files.inputs) {
         CheckInputFile(input.file);
     }
@@ -172,6 +176,9 @@ void CheckFiles(const StGraph& graph, const StGraphFiles& files, const StWriteOp
                 throw CUseError(file + ": two outputs can't go to one file");
             }
         }
+    }
+    if (options.format && written.count(std::string(kStandardStream)) == 0) {
+        throw CUseError("--format is for standard output, where nothing goes: a file's name tells its format");
     }
 }
 
