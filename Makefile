@@ -22,25 +22,25 @@ demo:
 	@scripts/demo.sh build
 
 test:
-	@scripts/install_packages.sh build
+	@scripts/install_packages.sh build tests
 	@cmake --preset release -DVESSA_TESTS=ON
 	@cmake --build --preset release
 	@ctest --preset release
 
 asan tsan:
-	@scripts/install_packages.sh build
+	@scripts/install_packages.sh build tests
 	@cmake --preset $@
 	@cmake --build --preset $@
 	@ctest --preset $@
 
 clang:
-	@scripts/install_packages.sh build checks
+	@scripts/install_packages.sh build tests checks
 	@cmake --preset release-clang
 	@cmake --build --preset release-clang
 	@ctest --preset release-clang
 
 coverage:
-	@scripts/install_packages.sh build coverage
+	@scripts/install_packages.sh build tests coverage
 	@cmake --preset coverage
 	@cmake --build --preset coverage
 	@find build-coverage -name '*.gcda' -delete

@@ -2,10 +2,11 @@
 # Installs the Debian packages that are missing, as root or through sudo where that asks for no password.
 # Without anything missing it calls no package manager, so that every user can run it.
 #
-#     scripts/install_packages.sh [build] [checks] [coverage]      without a word: build
+#     scripts/install_packages.sh [build] [tests] [checks] [coverage]      without a word: build
 set -eu
 
 packages_build="cmake g++ libcli11-dev libgtest-dev libpng-dev libtiff-dev make ninja-build nlohmann-json3-dev"
+packages_tests="pkg-config"
 packages_checks="clang clang-format clang-tidy libclang-rt-14-dev"
 packages_coverage="gcovr"
 
@@ -17,10 +18,11 @@ missing=""
 for group in "${@:-build}"; do
     case $group in
     build) packages=$packages_build ;;
+    tests) packages=$packages_tests ;;
     checks) packages=$packages_checks ;;
     coverage) packages=$packages_coverage ;;
     *)
-        echo "$0: unknown group '$group': allowed are build, checks and coverage" >&2
+        echo "$0: unknown group '$group': allowed are build, tests, checks and coverage" >&2
         exit 2
         ;;
     esac

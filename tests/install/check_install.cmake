@@ -1,15 +1,18 @@
 # Installs the build folder BUILD to a new place, moves that, builds the programs of SOURCE/examples on it with the
-# COMPILER and its FLAGS, and runs them with the installed module.
+# COMPILER and its FLAGS, with CMake and with pkg-config, and runs them with the installed module.
 
 cmake_minimum_required(VERSION 3.25)
 
 set(work ${BUILD}/tests/installation)
 set(prefix ${work}/moved)
 file(REMOVE_RECURSE ${work})
+# The examples as a stranger has them: a project of its own, away from everything.
+file(COPY ${SOURCE}/examples DESTINATION ${work})
 
 # run(COMMAND...) ends the test on a failure and leaves what was printed in `output`.
 function(run)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  execute_process(COMMAND ${ARGN} WORKING_DIRECTORY ${work}/examples
+                  RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
   if(NOT status EQUAL 0)
     list(JOIN ARGN " " command)
     message(FATAL_ERROR "${command}: ${status}\n${output}")
@@ -25,10 +28,20 @@ foreach(path ${LIBRARIES}/vessa/plugins/manipulation.so include/vessa/vessa.h ${
   endif()
 endforeach()
 
-run(${CMAKE_COMMAND} -S ${SOURCE}/examples -B ${work}/examples -G Ninja -DCMAKE_PREFIX_PATH=${prefix}
+run(${CMAKE_COMMAND} -S ${work}/examples -B ${work}/with_cmake -G Ninja -DCMAKE_PREFIX_PATH=${prefix}
     -DCMAKE_CXX_COMPILER=${COMPILER} "-DCMAKE_CXX_FLAGS=${FLAGS}")
-run(${CMAKE_COMMAND} --build ${work}/examples)
-run(${work}/examples/embed ${prefix}/${LIBRARIES}/vessa/plugins/manipulation.so)
+run(${CMAKE_COMMAND} --build ${work}/with_cmake)
+run(${CMAKE_CTEST_COMMAND} --test-dir ${work}/with_cmake --no-tests=error)
+
+# The same program by hand, with nothing but what pkg-config tells.
+set(ENV{PKG_CONFIG_PATH} ${prefix}/${LIBRARIES}/pkgconfig)
+set(ENV{LD_LIBRARY_PATH} ${prefix}/${LIBRARIES})
+run(sh -c "${COMPILER} ${FLAGS} embed.cpp $(pkg-config --cflags --libs vessa) -o embed &&
+           ./embed $(pkg-config --variable=plugindir vessa)/manipulation.so")
 if(NOT output STREQUAL "4 3 2 1 \n")
   message(FATAL_ERROR "the example prints '${output}'")
+endif()
+run(pkg-config --modversion vessa)
+if(NOT output STREQUAL "${VERSION}\n")
+  message(FATAL_ERROR "pkg-config tells the version '${output}', not ${VERSION}")
 endif()
