@@ -6,7 +6,7 @@
 set -eu
 
 packages_build="cmake g++ libcli11-dev libgtest-dev libpng-dev libtiff-dev make ninja-build nlohmann-json3-dev"
-packages_tests="pkg-config"
+packages_tests="man-db pkg-config"
 packages_checks="clang clang-format clang-tidy libclang-rt-14-dev"
 packages_coverage="gcovr"
 
