@@ -2,7 +2,7 @@
 
 SOURCES = $(shell find include src tests bench examples -name '*.h' -o -name '*.cpp' 2>/dev/null)
 
-.PHONY: help demo test asan tsan clang coverage check-format format tidy clean
+.PHONY: help demo test asan tsan clang coverage check-format format tidy package clean
 
 help:
 	@echo "make demo          build the programs and mirror a sample picture"
@@ -13,6 +13,7 @@ help:
 	@echo "make coverage      the tests, then a report on the lines they reach"
 	@echo "make check-format  tell which files clang-format would change; make format changes them"
 	@echo "make tidy          clang-tidy over everything, or over FILES='regular expressions'"
+	@echo "make package       build the Debian package build/vessa_VERSION_ARCHITECTURE.deb"
 	@echo "make clean         remove what was built"
 
 demo:
@@ -62,6 +63,11 @@ tidy:
 	@scripts/install_packages.sh build checks
 	@cmake --preset release-clang
 	@run-clang-tidy -quiet -p build-clang $(FILES)
+
+package:
+	@scripts/install_packages.sh build package
+	@cmake --preset release -DVESSA_TESTS=OFF
+	@cmake --build --preset release --target package
 
 clean:
 	rm -rf build build-debug build-asan build-tsan build-coverage build-clang

@@ -2,11 +2,12 @@
 # Installs the Debian packages that are missing, as root or through sudo where that asks for no password.
 # Without anything missing it calls no package manager, so that every user can run it.
 #
-#     scripts/install_packages.sh [build] [tests] [checks] [coverage]      without a word: build
+#     scripts/install_packages.sh [build] [tests] [checks] [coverage] [package]      without a word: build
 set -eu
 
 packages_build="cmake g++ libcli11-dev libgtest-dev libpng-dev libtiff-dev make ninja-build nlohmann-json3-dev"
-packages_tests="man-db pkg-config"
+packages_tests="dpkg-dev man-db pkg-config"
+packages_package="dpkg-dev"
 packages_checks="clang clang-format clang-tidy libclang-rt-14-dev"
 packages_coverage="gcovr"
 
@@ -21,8 +22,9 @@ for group in "${@:-build}"; do
     tests) packages=$packages_tests ;;
     checks) packages=$packages_checks ;;
     coverage) packages=$packages_coverage ;;
+    package) packages=$packages_package ;;
     *)
-        echo "$0: unknown group '$group': allowed are build, tests, checks and coverage" >&2
+        echo "$0: unknown group '$group': allowed are build, tests, checks, coverage and package" >&2
         exit 2
         ;;
     esac

@@ -5,20 +5,10 @@ cmake_minimum_required(VERSION 3.25)
 
 set(work ${BUILD}/tests/installation)
 set(prefix ${work}/moved)
+include(${CMAKE_CURRENT_LIST_DIR}/Run.cmake)
 file(REMOVE_RECURSE ${work})
 # The examples as a stranger has them: a project of its own, away from everything.
 file(COPY ${SOURCE}/examples DESTINATION ${work})
-
-# run(COMMAND...) ends the test on a failure and leaves what was printed in `output`.
-function(run)
-  execute_process(COMMAND ${ARGN} WORKING_DIRECTORY ${work}/examples
-                  RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
-  if(NOT status EQUAL 0)
-    list(JOIN ARGN " " command)
-    message(FATAL_ERROR "${command}: ${status}\n${output}")
-  endif()
-  set(output "${output}" PARENT_SCOPE)
-endfunction()
 
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${work}/installed)
 file(RENAME ${work}/installed ${prefix})
@@ -36,12 +26,8 @@ run(${CMAKE_CTEST_COMMAND} --test-dir ${work}/with_cmake --no-tests=error)
 # The same program by hand, with nothing but what pkg-config tells.
 set(ENV{PKG_CONFIG_PATH} ${prefix}/${LIBRARIES}/pkgconfig)
 set(ENV{LD_LIBRARY_PATH} ${prefix}/${LIBRARIES})
-run(sh -c "${COMPILER} ${FLAGS} embed.cpp $(pkg-config --cflags --libs vessa) -o embed &&
+run(sh -c "${COMPILER} ${FLAGS} examples/embed.cpp $(pkg-config --cflags --libs vessa) -o embed &&
            ./embed $(pkg-config --variable=plugindir vessa)/manipulation.so")
-if(NOT output STREQUAL "4 3 2 1 \n")
-  message(FATAL_ERROR "the example prints '${output}'")
-endif()
+expect_output("^4 3 2 1 \n$")
 run(pkg-config --modversion vessa)
-if(NOT output STREQUAL "${VERSION}\n")
-  message(FATAL_ERROR "pkg-config tells the version '${output}', not ${VERSION}")
-endif()
+expect_output("^${VERSION}\n$")
