@@ -6,7 +6,7 @@
 set -eu
 
 packages_build="cmake g++ libcli11-dev libgtest-dev libpng-dev libtiff-dev make ninja-build nlohmann-json3-dev"
-packages_tests="dpkg-dev man-db pkg-config"
+packages_tests="bash-completion dpkg-dev fish man-db pkg-config zsh"
 packages_package="dpkg-dev"
 packages_checks="clang clang-format clang-tidy libclang-rt-14-dev"
 packages_coverage="gcovr"

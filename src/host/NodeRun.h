@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Completion.h"
 #include "NodeDescription.h"
 
 #include <optional>
@@ -38,6 +39,12 @@ StInputFile ParseInput(const std::string& text);
 
 /// The file that FILE or "none" names.
 std::string ParseOutput(const std::string& text);
+
+/// What the shells offer in the place of these.
+/// @{
+void OfferInputs(CCompletion& completion);
+void OfferOutputs(CCompletion& completion);
+/// @}
 
 /// Checks all that can be told before a file is read: numbers of inputs and outputs, formats, files named twice.
 /// Raises a `CUseError`.

@@ -85,6 +85,16 @@ std::unique_ptr<CValue> ParseValue(const StParameter& parameter, const std::stri
     return ParseValue(parameter.Kind(), text);
 }
 
+void OfferValues(const StParameter& parameter, CCompletion& completion) {
+    const bool isBool = parameter.Kind() == EnValType::Bool;
+    for (const std::string& text : isBool ? std::vector<std::string>{"true", "false"} : parameter.allowed) {
+        completion.Offer(text);
+    }
+    if (parameter.Kind() == EnValType::String && parameter.allowed.empty()) {
+        completion.OfferFiles();
+    }
+}
+
 std::unique_ptr<CValue> GuessValue(const std::string& text) {
     if (text == "true" || text == "false") {
         return ParseBool(text);

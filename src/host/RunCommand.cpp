@@ -1,8 +1,10 @@
 #include "Command.h"
 #include "Examples.h"
 #include "Modules.h"
+#include "NodeArgument.h"
 #include "NodeRun.h"
 #include "NodeText.h"
+#include "ParameterValue.h"
 #include "Text.h"
 #include "ValueFile.h"
 
@@ -38,11 +40,15 @@ std::string TypesHelp(std::size_t width) {
 }
 
 /// The options that every node has.
-void AddRunOptions(CArgumentParser& parser, StRunArguments& run) {
-    parser.App().add_option("NODE", run.node, "The node's name, as in the list")->type_name("")->required();
-    parser.AddList("-i,--input", run.inputs, "File for the next input, 'none' for an empty one")
-        ->type_name("FILE[@TYPE]");
-    parser.AddList("-o,--output", run.outputs, "File for the next output, 'none' to drop it")->type_name("FILE");
+void AddRunOptions(CArgumentParser& parser, const StContext& context, StRunArguments& run) {
+    AddNodeArgument(parser, context, run.node, run.plugins);
+    const CLI::Option* input =
+        parser.AddList("-i,--input", run.inputs, "File for the next input, 'none' for an empty one")
+            ->type_name("FILE[@TYPE]");
+    parser.SetOffers(input, &OfferInputs);
+    const CLI::Option* output =
+        parser.AddList("-o,--output", run.outputs, "File for the next output, 'none' to drop it")->type_name("FILE");
+    parser.SetOffers(output, &OfferOutputs);
     parser.AddList("--set", run.assignments, "Parameter that isn't declared")->type_name("KEY[:KIND]=VALUE");
     parser.AddPluginOption(run.plugins);
 }
@@ -61,6 +67,26 @@ std::vector<CLI::Option*> AddParameterOptions(CLI::App& app, const StNodeDescrip
         options.push_back(option);
     }
     return options;
+}
+
+/// What the shells offer of the node's own options and keys.
+void OfferParameters(CArgumentParser& parser, const StNodeDescription& node) {
+    for (const StParameter& parameter : node.parameters) {
+        if (HasOption(parameter)) {
+            CLI::Option* option = parser.App().get_option("--" + parameter.key)->description(parameter.text);
+            parser.SetOffers(option, [&parameter](CCompletion& completion) { OfferValues(parameter, completion); });
+        }
+    }
+    parser.SetOffers(parser.App().get_option("--set"), [&node](CCompletion& completion) {
+        for (const StParameter& parameter : node.parameters) {
+            if (!HasOption(parameter)) {
+                completion.Offer(parameter.key + "=", parameter.text);
+            }
+        }
+        for (const StFurtherKey& key : node.furtherKeys) {
+            completion.Offer(key.key + "=", key.text);
+        }
+    });
 }
 
 /// Calls `work` and puts the option's name before what it raises about a value.
@@ -99,7 +125,7 @@ void RunNamed(const StContext& context, const std::string& name, QUOR::CPNode& n
     const StNodeDescription description = Describe(name, node);
     CArgumentParser parser("vessa run " + name, description.brief);
     StRunArguments said;
-    AddRunOptions(parser, said);
+    AddRunOptions(parser, context, said);
     const std::vector<CLI::Option*> options = AddParameterOptions(parser.App(), description);
     parser.Parse(arguments);
     if (parser.WantsHelp()) {
@@ -144,7 +170,7 @@ void RunCommand(const StContext& context, const Arguments& arguments) {
     CArgumentParser parser("vessa run", "Runs a node on files. Each parameter of the node is an option of its own: "
                                         "'vessa run NODE --help' shows them.");
     StRunArguments said;
-    AddRunOptions(parser, said);
+    AddRunOptions(parser, context, said);
     parser.Parse(arguments);
     if (said.node.empty() && parser.WantsHelp()) {
         context.out << parser.Help() << TypesHelp(context.width);
@@ -153,6 +179,23 @@ void RunCommand(const StContext& context, const Arguments& arguments) {
     CModules modules(context.places, said.plugins, context.err);
     const CModules::StNode found = modules.Make(said.node);
     InTheNameOf(said.node, [&] { RunNamed(context, said.node, *found.node, arguments); });
+}
+
+void CompleteRun(const StContext& context, const Arguments& before, CCompletion& completion) {
+    CArgumentParser parser("vessa run", "");
+    StRunArguments said;
+    AddRunOptions(parser, context, said);
+    parser.ParseBefore(before);
+    if (said.node.empty()) {
+        parser.Complete(before, completion);
+        return;
+    }
+    CModules modules(context.places, said.plugins, context.err);
+    const CModules::StNode found = modules.Make(said.node);
+    const StNodeDescription node = Describe(said.node, *found.node);
+    AddParameterOptions(parser.App(), node);
+    OfferParameters(parser, node);
+    parser.Complete(before, completion);
 }
 
 } // namespace vessa

@@ -136,6 +136,14 @@ std::optional<IImage::CType> TypeByName(const std::string& name) {
     return found == types.end() ? std::nullopt : std::optional(*found);
 }
 
+std::vector<std::string> KnownEndings() {
+    std::vector<std::string> endings;
+    for (const StEnding& ending : kEndings) {
+        endings.emplace_back(ending.text.substr(1));
+    }
+    return endings;
+}
+
 bool IsKnownFormat(const std::string& file) { return FindEnding(file) != nullptr; }
 
 std::unique_ptr<CValue> ReadValue(const std::string& file, const StReadOptions& options) {

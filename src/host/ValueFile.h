@@ -43,6 +43,9 @@ std::unique_ptr<QUOR::CValue> ReadValue(const std::string& file, const StReadOpt
 /// then moved there.
 void WriteValue(const std::string& file, const QUOR::CValue& value);
 
+/// The endings of all formats, without their dots.
+std::vector<std::string> KnownEndings();
+
 /// True if the file name's ending is one of a format that `WriteValue` writes.
 bool IsKnownFormat(const std::string& file);
 

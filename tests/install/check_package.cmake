@@ -53,6 +53,18 @@ expect_output("image-processing nodes on files")
 run(zcat ${usr}/share/doc/vessa/changelog.gz)
 expect_output("^vessa \\(${VERSION}\\) ")
 
+# Each shell finds its completion by itself.
+set(ENV{HOME} ${work}) # where no one's own settings are
+set(ENV{XDG_DATA_DIRS} ${usr}/share)
+set(ENV{PATH} ${usr}/bin:$ENV{PATH})
+run(bash --norc -c "source /usr/share/bash-completion/bash_completion && _completion_loader vessa || complete -p vessa")
+expect_output("^complete -F _vessa vessa\n$")
+run(fish -c "complete -C 'vessa run Fl'")
+expect_output("^Flip\t")
+run(zsh -f -c "fpath=(${usr}/share/zsh/site-functions $fpath) && autoload -U compinit && compinit -u -D &&
+               print $_comps[vessa]")
+expect_output("^_vessa\n$")
+
 # Nothing in it knows where it was built.
 run(sh -c "! grep -rlF -e '${BUILD}' -e '${SOURCE}' root")
 foreach(binary bin/vessa lib/vessa/plugins/manipulation.so lib/vessa/plugins/shapefeatures.so)
