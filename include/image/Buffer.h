@@ -2,7 +2,31 @@
 
 #include "base/Types.h"
 
+#include <array>
+#include <limits>
+#include <new>
+
 namespace QUOR {
+
+/// The bytes that all images of the process may take together, counted over the blocks of all buffers; there is no
+/// limit at first. What is in use already stays when a lower limit is set.
+/// @{
+inline constexpr std::size_t kNoImageMemoryLimit = std::numeric_limits<std::size_t>::max();
+VESSA_API void SetImageMemoryLimit(std::size_t bytes);
+VESSA_API std::size_t ImageMemoryLimit();
+VESSA_API std::size_t ImageMemoryInUse();
+/// @}
+
+/// Raised before memory is taken for an image that would pass the limit.
+class VESSA_API CImageMemoryLimit : public std::bad_alloc {
+public:
+    /// The image's bytes, those of all images before it, and the limit.
+    CImageMemoryLimit(std::size_t bytes, std::size_t inUse, std::size_t limit) noexcept;
+    const char* what() const noexcept override;
+
+private:
+    std::array<char, 192> m_what{}; ///< copies of the exception must not fail
+};
 
 /// The block of memory that holds an image's elements, aligned to 64 bytes. Its bytes aren't initialised.
 ///
@@ -13,7 +37,7 @@ public:
     static constexpr std::size_t kAlignment = 64;
 
     CBuffer() = default;
-    /// Raises `std::bad_alloc` for memory that cannot be had.
+    /// Raises `CImageMemoryLimit` for bytes beyond the limit, and `std::bad_alloc` for memory that cannot be had.
     explicit CBuffer(std::size_t bytes);
     CBuffer(const CBuffer& other);
     CBuffer(CBuffer&& other) noexcept;

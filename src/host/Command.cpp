@@ -164,7 +164,7 @@ void CArgumentParser::Complete(const Arguments& before, CCompletion& completion)
     } else {
         const CLI::Option* plain = PlainArgument(m_app, position.plain);
         OfferFor(plain, completion);
-        if (!position.onlyPlain && (plain == nullptr || word.starts_with('-'))) {
+        if (!position.onlyPlain && (plain == nullptr || !plain->get_required() || word.starts_with('-'))) {
             OfferOptions(position.given, completion);
         }
     }

@@ -22,6 +22,7 @@ struct StContext {
     std::ostream& err; ///< all else
     std::size_t width; ///< letters in a line of text for people
     StPlaces places;
+    bool isErrTerminal = false; ///< progress may be drawn on `err`
 };
 
 using Arguments = std::vector<std::string>;
@@ -42,6 +43,8 @@ void DescribeCommand(const StContext& context, const Arguments& arguments);
 void CompleteDescribe(const StContext& context, const Arguments& before, CCompletion& completion);
 void RunCommand(const StContext& context, const Arguments& arguments);
 void CompleteRun(const StContext& context, const Arguments& before, CCompletion& completion);
+void PipelineCommand(const StContext& context, const Arguments& arguments);
+void CompletePipeline(const StContext& context, const Arguments& before, CCompletion& completion);
 
 /// A parser without options but `--help`, which the caller handles: CLI11's own raises.
 class CArgumentParser {

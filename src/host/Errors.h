@@ -6,7 +6,10 @@
 namespace vessa {
 
 /// What the program tells its caller by the exit status.
-enum EnExitStatus : int { kDone = 0, kWorkFailed = 1, kWrongUse = 2 };
+enum EnExitStatus : int { kDone = 0, kWorkFailed = 1, kWrongUse = 2, kInterrupted = 128 /* and the signal's number */ };
+
+/// What follows a message about the limit of the images' memory.
+inline constexpr const char* kRaiseMemoryLimit = ": --max-memory raises the limit";
 
 /// The program was asked for something that it doesn't offer: an unknown name, a value that isn't allowed.
 class CUseError : public std::runtime_error {
@@ -19,5 +22,43 @@ class CWorkError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+/// The work was given up since a signal asked for the end.
+class CInterrupted {
+public:
+    explicit CInterrupted(int signal) : m_signal(signal) {}
+    int Signal() const { return m_signal; }
+
+private:
+    int m_signal;
+};
+
+/// How a failure is told.
+struct StFailure {
+    int status;
+    std::string message;
+};
+
+/// The exception that is being handled, whatever it is. To be called in a handler only.
+StFailure HandledFailure();
+
+/// The line that tells of a failure: the message is kept but for line ends and what else steers a terminal.
+std::string FailureLine(std::string message);
+
+/// Calls `work` and puts `name` before the text of its failure, with a colon between.
+template <class Work> decltype(auto) InTheNameOf(const std::string& name, const Work& work) {
+    try {
+        return work();
+    } catch (const CInterrupted&) {
+        throw;
+    } catch (...) {
+        const StFailure failure = HandledFailure();
+        const std::string message = name + ": " + failure.message;
+        if (failure.status == kWrongUse) {
+            throw CUseError(message);
+        }
+        throw CWorkError(message);
+    }
+}
 
 } // namespace vessa

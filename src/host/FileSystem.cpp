@@ -1,7 +1,15 @@
 #include "FileSystem.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+#include <fcntl.h>
+#include <filesystem>
 #include <limits>
+#include <poll.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -36,7 +44,73 @@ std::size_t MoveAll(const Transfer& transfer, int handle, std::uint64_t offset, 
     return done;
 }
 
+/// Waits until a stream that isn't ready for `events` is; false if that isn't what `errno` tells of.
+bool Awaited(int handle, short events) noexcept {
+    if (errno == EINTR) {
+        return true;
+    }
+    pollfd stream{handle, events, 0};
+    return (errno == EAGAIN || errno == EWOULDBLOCK) && (::poll(&stream, 1, -1) >= 0 || errno == EINTR);
+}
+
+/// Keeps the signal of a broken pipe from this thread while it lives, and drops one that has come meanwhile.
+class CNoPipeSignal {
+public:
+    CNoPipeSignal() noexcept {
+        sigset_t pending{};
+        ::sigemptyset(&m_signal);
+        ::sigaddset(&m_signal, SIGPIPE);
+        m_drops = ::sigpending(&pending) == 0 && ::sigismember(&pending, SIGPIPE) == 0;
+        ::pthread_sigmask(SIG_BLOCK, &m_signal, &m_before);
+    }
+    CNoPipeSignal(const CNoPipeSignal&) = delete;
+    CNoPipeSignal& operator=(const CNoPipeSignal&) = delete;
+    ~CNoPipeSignal() {
+        const int error = errno;
+        const timespec now{};
+        while (m_drops && ::sigtimedwait(&m_signal, nullptr, &now) < 0 && errno == EINTR) {
+        }
+        ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
+        errno = error;
+    }
+
+private:
+    sigset_t m_signal{};
+    sigset_t m_before{};
+    bool m_drops = false;
+};
+
 } // namespace
+
+bool CHandle::Close() noexcept {
+    const int number = std::exchange(m_number, -1);
+    return number < 0 || ::close(number) == 0;
+}
+
+CHandle Duplicate(int number) { return CHandle(::fcntl(number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)); }
+
+CHandle OpenFile(const std::string& path, int flags, mode_t mode) {
+    CHandle file(::open(path.c_str(), flags | O_CLOEXEC, mode));
+    return file.IsOpen() && file.Number() <= STDERR_FILENO ? Duplicate(file.Number()) : std::move(file);
+}
+
+CHandle OpenTemporary() {
+    std::error_code failure;
+    const std::string folder = std::filesystem::temp_directory_path(failure).string();
+    if (failure) {
+        errno = failure.value();
+        return CHandle();
+    }
+    if (CHandle file = OpenFile(folder, O_TMPFILE | O_RDWR | O_EXCL, 0600); file.IsOpen()) {
+        return file;
+    }
+    std::string path = folder + "/vessa-XXXXXX"; // not every file system has files without a name
+    const CHandle file(::mkostemp(path.data(), O_CLOEXEC));
+    if (!file.IsOpen() || ::unlink(path.c_str()) != 0) {
+        return CHandle();
+    }
+    return Duplicate(file.Number());
+}
 
 std::string SystemMessage(int error) { return std::generic_category().message(error); }
 
@@ -56,6 +130,29 @@ std::size_t ReadAt(int handle, std::uint64_t offset, void* data, std::size_t cou
 
 bool WriteAt(int handle, std::uint64_t offset, const void* data, std::size_t count) noexcept {
     return MoveAll(::pwrite, handle, offset, static_cast<const unsigned char*>(data), count) == count;
+}
+
+ssize_t ReadStream(int handle, void* data, std::size_t count) noexcept {
+    ssize_t got = 0;
+    do {
+        got = ::read(handle, data, count);
+    } while (got < 0 && Awaited(handle, POLLIN));
+    return got;
+}
+
+bool WriteStream(int handle, const void* data, std::size_t count) noexcept {
+    const CNoPipeSignal quiet;
+    const auto* rest = static_cast<const unsigned char*>(data);
+    while (count > 0) {
+        const ssize_t written = ::write(handle, rest, count);
+        if (written < 0 && !Awaited(handle, POLLOUT)) {
+            return false;
+        }
+        const auto done = static_cast<std::size_t>(std::max<ssize_t>(written, 0));
+        rest += done;
+        count -= done;
+    }
+    return true;
 }
 
 } // namespace vessa

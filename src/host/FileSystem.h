@@ -4,8 +4,41 @@
 #include <cstdint>
 #include <string>
 #include <sys/types.h>
+#include <utility>
 
 namespace vessa {
+
+/// An open file, which is closed with the object.
+class CHandle {
+public:
+    explicit CHandle(int number = -1) noexcept : m_number(number) {}
+    CHandle(CHandle&& other) noexcept : m_number(std::exchange(other.m_number, -1)) {}
+    CHandle& operator=(CHandle&& other) noexcept {
+        std::swap(m_number, other.m_number);
+        return *this;
+    }
+    ~CHandle() { Close(); }
+
+    bool IsOpen() const { return m_number >= 0; }
+    int Number() const { return m_number; }
+    /// False, with the reason in `errno`, if what was written is lost.
+    bool Close() noexcept;
+
+private:
+    int m_number;
+};
+
+/// Opens a file as `open` does, closed in programs that are started from here. Its number is never that of a standard
+/// stream, even where those are closed: what goes to a stream would land in the file.
+/// @{
+CHandle OpenFile(const std::string& path, int flags, mode_t mode = 0);
+/// The same for one that is open already.
+CHandle Duplicate(int number);
+/// @}
+
+/// A new file without a name in the folder for temporary files; it is gone once it is closed. Not open, with the reason
+/// in `errno`, if it can't be made.
+CHandle OpenTemporary();
 
 /// What the system says of an error number.
 std::string SystemMessage(int error);
@@ -18,5 +51,13 @@ std::size_t ReadAt(int handle, std::uint64_t offset, void* data, std::size_t cou
 
 /// Writes all bytes at `offset`; false, with the reason in `errno`, if that fails.
 bool WriteAt(int handle, std::uint64_t offset, const void* data, std::size_t count) noexcept;
+
+/// What `read` and `write` do, but for interruptions and for streams that give nothing or take nothing for now.
+/// @{
+ssize_t ReadStream(int handle, void* data, std::size_t count) noexcept;
+/// Writes all bytes; false, with the reason in `errno`, if that fails. A pipe without a reader is a failure with EPIPE,
+/// never a signal.
+bool WriteStream(int handle, const void* data, std::size_t count) noexcept;
+/// @}
 
 } // namespace vessa

@@ -51,17 +51,6 @@ std::uint64_t LimitedProduct(std::initializer_list<std::uint64_t> factors) {
     return product;
 }
 
-std::unique_ptr<CImage> NewImage(const CInputFile& file, const IImage::CType& type, const CSize& size,
-                                 const StReadOptions& options) {
-    const std::uint64_t bytes = LimitedProduct({static_cast<std::uint64_t>(size.x), static_cast<std::uint64_t>(size.y),
-                                                static_cast<std::uint64_t>(size.z), type.pixelBytes});
-    if (bytes > options.mostBytes) {
-        file.Fail("an image of " + Extents(size) + " " + type.ToString() + " is too large: at most " +
-                  std::to_string(options.mostBytes) + " bytes are allowed");
-    }
-    return std::make_unique<CImage>(type, size, CSize(0, 0, 0));
-}
-
 void RequirePlausible(const CInputFile& file, const CSize& size, const std::string& pixels, std::uint64_t packed,
                       std::uint64_t ratio) {
     if (packed / ratio > file.Size()) {

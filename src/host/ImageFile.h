@@ -29,10 +29,6 @@ std::string Extents(const QUOR::CSize& size);
 QUOR::IImage::CType ChosenType(const CInputFile& file, const std::string& pixels, const ElementTypes& possible,
                                const StReadOptions& options);
 
-/// An image whose elements the caller will read; raises a `CFileError` if it had more bytes than allowed.
-std::unique_ptr<QUOR::CImage> NewImage(const CInputFile& file, const QUOR::IImage::CType& type, const QUOR::CSize& size,
-                                       const StReadOptions& options);
-
 /// The product, or the largest number where the product is larger.
 std::uint64_t LimitedProduct(std::initializer_list<std::uint64_t> factors);
 

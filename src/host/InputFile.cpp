@@ -1,44 +1,102 @@
 #include "InputFile.h"
 
-#include "FileSystem.h"
+#include "Errors.h"
 #include "ValueFile.h"
 
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace vessa {
 
 namespace {
 
-/// Opens without waiting: a pipe that nobody writes to would block for ever.
-int Open(const std::string& name) {
-    const int handle = ::open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (handle < 0) {
-        throw CFileError(name + ": can't be read: " + SystemMessage(errno));
+constexpr std::size_t kChunk = std::size_t{1} << 18;
+
+[[noreturn]] void FailToRead(const std::string& name, const std::string& reason) {
+    throw CFileError(name + ": can't be read: " + reason);
+}
+
+struct stat StatusOf(const std::string& name, int handle) {
+    struct stat status {};
+    if (::fstat(handle, &status) != 0) {
+        FailToRead(name, SystemMessage(errno));
     }
-    return handle;
+    return status;
+}
+
+/// Opens without waiting: a pipe that nobody writes to would block for ever.
+CHandle OpenNamed(const std::string& name) {
+    CHandle file = OpenFile(name, O_RDONLY | O_NONBLOCK);
+    if (!file.IsOpen()) {
+        FailToRead(name, SystemMessage(errno));
+    }
+    const mode_t mode = StatusOf(name, file.Number()).st_mode;
+    if (!S_ISREG(mode)) {
+        FailToRead(name, "it is " + KindOfFile(mode) + ", a regular file is needed");
+    }
+    return file;
+}
+
+[[noreturn]] void FailToCopy() {
+    FailToRead(kStandardInput, "it can't be copied to the folder for temporary files: " + SystemMessage(errno));
+}
+
+/// What comes through standard input until it ends.
+CHandle CopyOfStandardInput() {
+    const std::size_t most = QUOR::ImageMemoryLimit();
+    CHandle copy = OpenTemporary();
+    if (!copy.IsOpen()) {
+        FailToCopy();
+    }
+    std::vector<unsigned char> chunk(kChunk);
+    std::size_t size = 0;
+    for (;;) {
+        const ssize_t got = ReadStream(STDIN_FILENO, chunk.data(), chunk.size());
+        if (got < 0) {
+            FailToRead(kStandardInput, SystemMessage(errno));
+        }
+        if (got == 0) {
+            return copy;
+        }
+        const auto count = static_cast<std::size_t>(got);
+        if (count > most - size) {
+            throw CFileError(std::string(kStandardInput) + ": it has more than the " + std::to_string(most) +
+                             " bytes that images may take" + kRaiseMemoryLimit);
+        }
+        if (!WriteAt(copy.Number(), size, chunk.data(), count)) {
+            FailToCopy();
+        }
+        size += count;
+    }
+}
+
+/// Standard input as a file: itself if it is one that nobody has begun to read.
+CHandle OpenStandardInput() {
+    if (::isatty(STDIN_FILENO) != 0) {
+        throw CFileError(std::string(kStandardInput) + " is a terminal: a file or a pipe is needed");
+    }
+    const mode_t mode = StatusOf(kStandardInput, STDIN_FILENO).st_mode;
+    if (S_ISREG(mode) && ::lseek(STDIN_FILENO, 0, SEEK_CUR) == 0) {
+        return Duplicate(STDIN_FILENO);
+    }
+    if (!S_ISREG(mode) && !S_ISFIFO(mode) && !S_ISSOCK(mode)) {
+        FailToRead(kStandardInput, "it is " + KindOfFile(mode) + ", a file or a pipe is needed");
+    }
+    return CopyOfStandardInput();
 }
 
 } // namespace
 
-CInputFile::CInputFile(const std::string& name) : m_name(name), m_handle(Open(name)) {
-    struct stat status {};
-    const bool known = ::fstat(m_handle, &status) == 0;
-    if (!known || !S_ISREG(status.st_mode)) {
-        const std::string reason =
-            known ? "it is " + KindOfFile(status.st_mode) + ", a regular file is needed" : SystemMessage(errno);
-        ::close(m_handle);
-        Fail("can't be read: " + reason);
-    }
-    m_size = static_cast<std::uint64_t>(status.st_size);
-}
-
-CInputFile::~CInputFile() { ::close(m_handle); }
+CInputFile::CInputFile(const std::string& name)
+    : m_name(name == kStandardStream ? kStandardInput : name),
+      m_handle(name == kStandardStream ? OpenStandardInput() : OpenNamed(name)),
+      m_size(static_cast<std::uint64_t>(StatusOf(m_name, m_handle.Number()).st_size)) {}
 
 std::size_t CInputFile::Read(std::uint64_t offset, void* data, std::size_t count) const noexcept {
-    return ReadAt(m_handle, offset, data, count);
+    return ReadAt(m_handle.Number(), offset, data, count);
 }
 
 void CInputFile::ReadAll(std::uint64_t offset, void* data, std::size_t count) const {

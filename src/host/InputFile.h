@@ -1,20 +1,26 @@
 #pragma once
 
+#include "FileSystem.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
 namespace vessa {
 
+/// What standard input is called in messages.
+inline constexpr const char* kStandardInput = "standard input";
+
 /// A regular file that is open for reading. Folders, devices and pipes are refused: reading them could hang.
+///
+/// Standard input may be a pipe, too: what comes through it is copied into a file without a name first, so that it can
+/// be read in any order. The limit for the images' memory is one for the copy.
 class CInputFile {
 public:
     /// Raises a `CFileError` if there is no such file or it can't be read.
     explicit CInputFile(const std::string& name);
-    CInputFile(const CInputFile&) = delete;
-    CInputFile& operator=(const CInputFile&) = delete;
-    ~CInputFile();
 
+    /// The file's name, or "standard input".
     const std::string& Name() const { return m_name; }
     std::uint64_t Size() const { return m_size; }
 
@@ -29,8 +35,8 @@ public:
 
 private:
     std::string m_name;
-    int m_handle;
-    std::uint64_t m_size = 0;
+    CHandle m_handle;
+    std::uint64_t m_size;
 };
 
 } // namespace vessa

@@ -21,6 +21,7 @@ namespace {
 
 constexpr const char* kDouble = "$double";
 constexpr std::string_view kIndex = "$int:";
+constexpr const char* kSchema = "$schema"; // by which editors find the schema of a file
 constexpr const char* kTooDeep = "maps and vectors are nested deeper than 64 levels";
 
 static_assert(kMostLevels == 64, "the message names the limit");
@@ -110,7 +111,7 @@ private:
         if (!IsUtf8(key.Text())) {
             Fail("has a key that isn't UTF-8");
         }
-        return key.Text().starts_with('$') ? '$' + key.Text() : key.Text();
+        return key.Text().starts_with('$') && key.Text() != kSchema ? '$' + key.Text() : key.Text();
     }
 
     void Enter(const CValue& container) {
@@ -236,7 +237,7 @@ private:
         if (text.find('/') != std::string::npos) {
             Fail("has a key with '/', which would be a path through maps");
         }
-        if (!text.starts_with('$')) {
+        if (!text.starts_with('$') || text == kSchema) {
             return CValue_Key(text);
         }
         if (text.starts_with("$$")) {
@@ -247,7 +248,7 @@ private:
         long long index = 0;
         if (!text.starts_with(kIndex) || std::from_chars(first, last, index).ptr != last ||
             text != std::string(kIndex) + std::to_string(index)) {
-            Fail("has an unknown form: \"$double\", \"$int:N\" and keys with \"$$\" are known");
+            Fail("has an unknown form: \"$double\", \"$int:N\", \"$schema\" and keys with \"$$\" are known");
         }
         return index;
     }

@@ -10,7 +10,7 @@
 /// Maps as JSON. Every value comes back as it was, with its kind: integers and floating numbers are told apart by the
 /// form of the number ("1" and "1.0"), empty vector slots are null, and what JSON lacks is written with a dollar sign:
 /// {"$double": "nan"}, "inf" or "-inf" for numbers that aren't finite, the key "$int:N" for the integer key N. A text
-/// key that begins with '$' gets another one in front.
+/// key that begins with '$' gets another one in front; "$schema" needs none, since editors look for it.
 namespace vessa {
 
 /// The deepest nesting of maps and vectors, so that a file can't exhaust the stack.

@@ -177,7 +177,8 @@ const StParameter* FindParameter(const StNodeDescription& node, const std::strin
 }
 
 bool HasOption(const StParameter& parameter) {
-    constexpr std::array<std::string_view, 5> common{"help", "input", "output", "plugin", "set"};
+    constexpr std::array<std::string_view, 10> common{"help",       "input",     "output", "plugin", "set",
+                                                      "max-memory", "png-level", "format", "timing", "dry-run"};
     const std::string& key = parameter.key;
     const bool isName = !key.empty() && !key.starts_with('-') && std::all_of(key.begin(), key.end(), [](char letter) {
         return std::isalnum(static_cast<unsigned char>(letter)) != 0 || letter == '_' || letter == '-' || letter == '.';

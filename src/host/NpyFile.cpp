@@ -307,7 +307,7 @@ std::unique_ptr<CImage> ReadNpy(const CInputFile& file, const StReadOptions& opt
         file.Fail("an array of shape " + ShapeText(array.shape) + " and dtype '" + std::string(array.dtype->text) +
                   "' doesn't take the " + std::to_string(file.Size() - offset) + " bytes behind the header");
     }
-    auto image = NewImage(file, type, SizeOf(array, type), options);
+    auto image = std::make_unique<CImage>(type, SizeOf(array, type), CSize(0, 0, 0));
     auto* data = static_cast<unsigned char*>(image->Buffer().Data());
     file.ReadAll(offset, data, image->Buffer().Size());
     if (array.swapped) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <limits>
 #include <system_error>
 
@@ -48,6 +49,26 @@ std::unique_ptr<CValue> ParseLong(const std::string& text) {
         std::to_string(std::numeric_limits<Long>::min()) + " to " + std::to_string(std::numeric_limits<Long>::max());
     throw CUseError("'" + text + "' is " + (result == EnNumber::OutOfRange ? "out of range" : "no long") +
                     ": a whole number from " + range);
+}
+
+/// The power of two that the unit behind a size stands for; nothing for no unit.
+std::optional<unsigned> UnitOf(std::string_view text) {
+    constexpr std::string_view letters = "KMGT";
+    if (text.empty()) {
+        return 0;
+    }
+    const std::size_t place = letters.find(text.front());
+    if (place == std::string_view::npos || (text.size() > 1 && text.substr(1) != "iB")) {
+        return std::nullopt;
+    }
+    return 10 * (static_cast<unsigned>(place) + 1);
+}
+
+/// Takes the decimal digits off the text's beginning.
+std::string_view TakeDigits(std::string_view& text) {
+    const std::string_view digits = text.substr(0, std::min(text.find_first_not_of("0123456789"), text.size()));
+    text.remove_prefix(digits.size());
+    return digits;
 }
 
 std::unique_ptr<CValue> ParseDouble(const std::string& text) {
@@ -93,6 +114,30 @@ void OfferValues(const StParameter& parameter, CCompletion& completion) {
     if (parameter.Kind() == EnValType::String && parameter.allowed.empty()) {
         completion.OfferFiles();
     }
+}
+
+std::uint64_t ParseByteSize(const std::string& text) {
+    std::string_view rest = text;
+    const std::string_view digits = TakeDigits(rest);
+    const bool hasPoint = rest.starts_with('.');
+    rest.remove_prefix(hasPoint ? 1 : 0);
+    const std::string fraction = hasPoint ? std::string(TakeDigits(rest)) : "";
+    const auto unit = UnitOf(rest);
+    // Parts of a byte are none.
+    if (digits.empty() || !unit || hasPoint != !fraction.empty() || (hasPoint && *unit == 0)) {
+        throw CUseError("'" + text +
+                        "' is no size: a number of bytes, or one of K, M, G or T as in 512M or 1.5GiB, where K is 1024 "
+                        "bytes and each next one 1024 times as much");
+    }
+    std::uint64_t whole = 0;
+    const bool inRange = ReadNumber(digits, whole) == EnNumber::Read;
+    if (!inRange || whole > std::numeric_limits<std::uint64_t>::max() >> *unit) {
+        throw CUseError("'" + text + "' is out of range: a size of less than 2^64 bytes");
+    }
+    double part = 0.0;
+    ReadNumber("0." + fraction, part);
+    part = std::min(part, std::nextafter(1.0, 0.0)); // many nines would round up
+    return (whole << *unit) + static_cast<std::uint64_t>(std::ldexp(part, static_cast<int>(*unit)));
 }
 
 std::unique_ptr<CValue> GuessValue(const std::string& text) {

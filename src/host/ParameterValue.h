@@ -3,6 +3,7 @@
 #include "Completion.h"
 #include "NodeDescription.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -24,6 +25,10 @@ void OfferValues(const StParameter& parameter, CCompletion& completion);
 /// The value of the kind that `text` looks like: a boolean for "true" and "false", an integer, a floating number, or a
 /// text for all else.
 std::unique_ptr<QUOR::CValue> GuessValue(const std::string& text);
+
+/// The bytes of a size such as "1048576", "512M" or "1.5GiB". K, M, G and T are powers of 1024, with or without "iB"; a
+/// part of a byte is dropped.
+std::uint64_t ParseByteSize(const std::string& text);
 
 /// The kind of a word as `KindWord` gives it; nothing for kinds whose values can't be written as a text.
 std::optional<QUOR::EnValType> KindOf(std::string_view word);

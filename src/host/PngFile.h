@@ -12,7 +12,7 @@ std::unique_ptr<QUOR::CImage> ReadPng(const CInputFile& file, const StReadOption
 /// Raises a `CFileError` for an image that PNG can't hold. The dimension count isn't kept: one slice of a volume is
 /// read back as an image of two dimensions.
 void CheckPng(const std::string& file, const QUOR::CImage& image);
-/// Writes an image that has passed `CheckPng`.
-void WritePng(COutputFile& file, const QUOR::CImage& image);
+/// Writes an image that has passed `CheckPng`, compressed by a level of 0 to 9.
+void WritePng(COutputFile& file, const QUOR::CImage& image, int level);
 
 } // namespace vessa

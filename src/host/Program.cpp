@@ -1,13 +1,11 @@
 #include "Program.h"
 
+#include "Errors.h"
 #include "Text.h"
-#include "ValueFile.h"
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <iomanip>
-#include <new>
 #include <ostream>
 #include <sstream>
 
@@ -18,7 +16,8 @@ namespace {
 constexpr std::array kCommands{
     StCommand{"list", "List the nodes", &ListCommand, &CompleteList},
     StCommand{"describe", "Tell all that a node says of itself", &DescribeCommand, &CompleteDescribe},
-    StCommand{"run", "Run a node on files", &RunCommand, &CompleteRun},
+    StCommand{"run", "Run a node, or a chain of nodes, on files", &RunCommand, &CompleteRun},
+    StCommand{"pipeline", "Run a graph of nodes on one file or on many", &PipelineCommand, &CompletePipeline},
 };
 
 /// The command that the shells' scripts call: "complete -- WORDS...". No list of commands shows it.
@@ -111,11 +110,8 @@ void Dispatch(const StContext& context, const Arguments& arguments) {
     }
 }
 
-/// Tells of a failure in one line: a message is kept but for line ends and what else steers a terminal.
-int Fail(const StContext& context, EnExitStatus status, std::string message) {
-    std::replace_if(
-        message.begin(), message.end(), [](unsigned char letter) { return std::iscntrl(letter) != 0; }, ' ');
-    context.err << "vessa: " << message << std::endl;
+int Fail(const StContext& context, int status, const std::string& message) {
+    context.err << FailureLine(message) << std::flush;
     return status;
 }
 
@@ -128,16 +124,9 @@ int RunProgram(const StContext& context, const Arguments& arguments) {
             return Fail(context, kWorkFailed, "the results can't be written to standard output");
         }
         return kDone;
-    } catch (const CUseError& failure) {
-        return Fail(context, kWrongUse, failure.what());
-    } catch (const CFileError& failure) {
-        return Fail(context, kWorkFailed, failure.Message());
-    } catch (const QUOR::CException& failure) {
-        return Fail(context, kWorkFailed, failure.FormattedWhat());
-    } catch (const std::bad_alloc&) {
-        return Fail(context, kWorkFailed, "the memory does not suffice");
-    } catch (const std::exception& failure) {
-        return Fail(context, kWorkFailed, failure.what());
+    } catch (...) {
+        const StFailure failure = HandledFailure();
+        return Fail(context, failure.status, failure.message);
     }
 }
 

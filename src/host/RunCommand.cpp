@@ -1,14 +1,17 @@
 #include "Command.h"
 #include "Examples.h"
+#include "GraphRun.h"
+#include "GraphText.h"
 #include "Modules.h"
 #include "NodeArgument.h"
-#include "NodeRun.h"
+#include "NodeParameters.h"
 #include "NodeText.h"
 #include "ParameterValue.h"
+#include "PortFile.h"
+#include "RunArguments.h"
 #include "Text.h"
-#include "ValueFile.h"
 
-#include <new>
+#include <algorithm>
 #include <ostream>
 #include <set>
 
@@ -21,13 +24,15 @@ using QUOR::EnValType;
 /// The group of a node's own options, which the node's help shows in its own way.
 constexpr const char* kParameters = "Parameters";
 
-/// What the command line of a run says, beside the node's own parameters.
-struct StRunArguments {
+/// Between two nodes of a chain. A file of this name is reached as "./then".
+constexpr const char* kThen = "then";
+
+/// What the command line says of one node of a chain, beside the node's own parameters.
+struct StStepArguments {
     std::string node;
     std::vector<std::string> inputs;
     std::vector<std::string> outputs;
     std::vector<std::string> assignments;
-    std::vector<std::string> plugins;
 };
 
 /// What TYPE stands for in the options.
@@ -40,17 +45,20 @@ std::string TypesHelp(std::size_t width) {
 }
 
 /// The options that every node has.
-void AddRunOptions(CArgumentParser& parser, const StContext& context, StRunArguments& run) {
-    AddNodeArgument(parser, context, run.node, run.plugins);
-    const CLI::Option* input =
-        parser.AddList("-i,--input", run.inputs, "File for the next input, 'none' for an empty one")
-            ->type_name("FILE[@TYPE]");
+void AddStepOptions(CArgumentParser& parser, const StContext& context, StStepArguments& step,
+                    const std::vector<std::string>& plugins) {
+    AddNodeArgument(parser, context, step.node, plugins);
+    const CLI::Option* input = parser
+                                   .AddList("-i,--input", step.inputs,
+                                            "File for the next input, '-' for standard input, 'none' for an empty one")
+                                   ->type_name("FILE[@TYPE]");
     parser.SetOffers(input, &OfferInputs);
-    const CLI::Option* output =
-        parser.AddList("-o,--output", run.outputs, "File for the next output, 'none' to drop it")->type_name("FILE");
+    const CLI::Option* output = parser
+                                    .AddList("-o,--output", step.outputs,
+                                             "File for the next output, '-' for standard output, 'none' to drop it")
+                                    ->type_name("FILE");
     parser.SetOffers(output, &OfferOutputs);
-    parser.AddList("--set", run.assignments, "Parameter that isn't declared")->type_name("KEY[:KIND]=VALUE");
-    parser.AddPluginOption(run.plugins);
+    parser.AddList("--set", step.assignments, "Parameter that isn't declared")->type_name("KEY[:KIND]=VALUE");
 }
 
 /// An option for each parameter of the node, in the parameters' order; null for one that has none.
@@ -89,15 +97,6 @@ void OfferParameters(CArgumentParser& parser, const StNodeDescription& node) {
     });
 }
 
-/// Calls `work` and puts the option's name before what it raises about a value.
-template <class Work> auto About(const std::string& option, const Work& work) {
-    try {
-        return work();
-    } catch (const CUseError& failure) {
-        throw CUseError(option + ": " + failure.what());
-    }
-}
-
 void PlaceParameters(const StNodeDescription& node, const std::vector<CLI::Option*>& options,
                      const std::vector<std::string>& assignments, QUOR::CValueMap& parameters) {
     std::set<std::string> given;
@@ -112,90 +111,214 @@ void PlaceParameters(const StNodeDescription& node, const std::vector<CLI::Optio
         const auto values = options[index] == nullptr ? std::vector<std::string>() : options[index]->results();
         for (const std::string& text : values) {
             once(parameter.key);
-            About("--" + parameter.key, [&] { PlaceParameter(parameter, text, parameters); });
+            InTheNameOf("--" + parameter.key, [&] { PlaceParameter(parameter, text, parameters); });
         }
     }
     for (const std::string& assignment : assignments) {
-        once(About("--set", [&] { return PlaceAssignment(node, assignment, parameters); }));
+        once(InTheNameOf("--set", [&] { return PlaceAssignment(node, assignment, parameters); }));
     }
 }
 
-/// Reads the arguments of one node's run, checks them and runs it, or shows the node's help.
-void RunNamed(const StContext& context, const std::string& name, QUOR::CPNode& node, const Arguments& arguments) {
-    const StNodeDescription description = Describe(name, node);
-    CArgumentParser parser("vessa run " + name, description.brief);
-    StRunArguments said;
-    AddRunOptions(parser, context, said);
-    const std::vector<CLI::Option*> options = AddParameterOptions(parser.App(), description);
-    parser.Parse(arguments);
-    if (parser.WantsHelp()) {
-        context.out << HelpText(description, parser.OptionsHelp() + TypesHelp(context.width),
-                                Example(context.places, description), context.width);
+/// The arguments of each node of a chain.
+std::vector<Arguments> Steps(const Arguments& arguments) {
+    std::vector<Arguments> steps(1);
+    for (const std::string& argument : arguments) {
+        if (argument == kThen) {
+            steps.emplace_back();
+        } else {
+            steps.back().push_back(argument);
+        }
+    }
+    return steps;
+}
+
+/// Makes the graph of a chain, node by node. The first output of a node is the first input of the next.
+class CChain {
+public:
+    CChain(const StContext& context, CModules& modules, StRunArguments& said)
+        : m_context(context), m_modules(modules), m_said(said) {}
+
+    /// Takes the arguments of a step, or shows the help of its node and gives false.
+    bool Add(const StNodeDescription& description, const Arguments& arguments) {
+        const std::string& name = description.name;
+        StGraphNode node;
+        node.description = std::make_shared<StNodeDescription>(description);
+        CArgumentParser parser("vessa run " + name, node.description->brief);
+        StStepArguments step;
+        AddStepOptions(parser, m_context, step, m_said.plugins);
+        AddRunOptions(parser, m_said);
+        const std::vector<CLI::Option*> options = AddParameterOptions(parser.App(), *node.description);
+        parser.Parse(arguments);
+        if (parser.WantsHelp()) {
+            m_context.out << HelpText(*node.description, parser.OptionsHelp() + TypesHelp(m_context.width),
+                                      Example(m_context.places, *node.description), m_context.width);
+            return false;
+        }
+        parser.RefuseRest();
+        node.name = name;
+        node.label = name;
+        node.make = [&modules = m_modules, name] { return modules.Make(name).node; };
+        node.parameters = std::make_shared<QUOR::CValueMap>();
+        PlaceParameters(*node.description, options, step.assignments, *node.parameters);
+        WireInputs(node, step.inputs);
+        m_graph.AddNode(std::move(node));
+        m_outputs.push_back(step.outputs);
+        return true;
+    }
+
+    /// The graph of all steps.
+    StGraph Finish() {
+        const StWriteOptions options = WriteOptions(m_said);
+        for (std::size_t index = 0; index < m_outputs.size(); ++index) {
+            InTheNameOf(m_graph.nodes[index].label, [&] { AddOutputs(index, options); });
+        }
+        return std::move(m_graph);
+    }
+
+private:
+    void WireInputs(StGraphNode& node, const std::vector<std::string>& files) {
+        const std::vector<StPort>& ports = node.description->inputs;
+        if (!m_graph.nodes.empty()) {
+            node.inputs.push_back(Link(m_graph.nodes.back(), *node.description));
+        }
+        const std::size_t free = ports.size() - node.inputs.size();
+        if (files.size() > free) {
+            throw CUseError(Count(files.size(), "input") + " given, but the node has " + std::to_string(free) +
+                            (node.inputs.empty() ? "" : " beside the one that comes from the node before"));
+        }
+        for (const std::string& text : files) {
+            const StInputFile file = InTheNameOf("-i " + text, [&] { return ParseInput(text); });
+            CheckInputFile(file.file);
+            node.inputs.push_back(file.file.empty() ? std::nullopt : std::optional(InputOf(file)));
+        }
+        node.inputs.resize(ports.size());
+    }
+
+    /// The value that goes from a node to the next one.
+    static std::size_t Link(const StGraphNode& from, const StNodeDescription& to) {
+        const std::vector<StPort>& outputs = from.description->outputs;
+        if (outputs.empty() || to.inputs.empty()) {
+            throw CUseError(outputs.empty() ? from.name + " has no output to begin with" : "the node has no input");
+        }
+        if (outputs.front().isMap != to.inputs.front().isMap) {
+            throw CUseError(std::string("the first input takes ") + (to.inputs.front().isMap ? "a map" : "an image") +
+                            ", but the first output of " + from.name + " is " +
+                            (outputs.front().isMap ? "a map" : "an image"));
+        }
+        return from.firstOutput;
+    }
+
+    /// The value of a file, which is read once however many inputs take it.
+    std::size_t InputOf(const StInputFile& file) {
+        const auto known = std::find_if(m_graph.inputs.begin(), m_graph.inputs.end(),
+                                        [&](const StGraphInput& input) { return input.file == file; });
+        return known == m_graph.inputs.end() ? m_graph.AddInput(file.file, file) : known->value;
+    }
+
+    /// The outputs of a step's node. Their format may have been told by a later step.
+    void AddOutputs(std::size_t index, const StWriteOptions& options) {
+        const StGraphNode& node = m_graph.nodes[index];
+        const std::vector<std::string>& files = m_outputs[index];
+        const std::vector<StPort>& ports = node.description->outputs;
+        if (files.size() > ports.size()) {
+            throw CUseError(Count(files.size(), "output") + " given, but the node has " + std::to_string(ports.size()));
+        }
+        bool anyFile = false;
+        for (std::size_t port = 0; port < files.size(); ++port) {
+            const std::string file = ParseOutput(files[port]);
+            CheckOutputFile(file, ports[port].isMap, options);
+            m_graph.outputs.push_back({file, node.firstOutput + port, file});
+            anyFile = anyFile || !file.empty();
+        }
+        const bool isLast = index + 1 == m_outputs.size();
+        if (isLast && !anyFile && !ports.empty()) {
+            throw CUseError("no output is named: -o FILE tells where the result goes");
+        }
+    }
+
+    static std::string Count(std::size_t number, const char* noun) {
+        return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
+    }
+
+    const StContext& m_context;
+    CModules& m_modules;
+    StRunArguments& m_said;
+    StGraph m_graph;
+    std::vector<std::vector<std::string>> m_outputs; ///< what the command line names for each node
+};
+
+void RunChain(const StContext& context, const StGraph& graph, const StRunArguments& said) {
+    const StGraphFiles files = OwnFiles(graph);
+    StRunOptions options;
+    options.write = WriteOptions(said);
+    CheckFiles(graph, files, options.write);
+    if (said.dryRun) {
+        context.out << PlanText(graph, files);
         return;
     }
-    parser.RefuseRest();
-    StNodeRun run;
-    PlaceParameters(description, options, said.assignments, run.parameters);
-    for (const std::string& input : said.inputs) {
-        run.inputs.push_back(About("-i " + input, [&] { return ParseInput(input); }));
-    }
-    for (const std::string& output : said.outputs) {
-        run.outputs.push_back(ParseOutput(output));
-    }
-    CheckFiles(description, run);
-    RunNode(node, run);
-}
-
-/// Calls `work` and puts the node's name before the text of its failure.
-template <class Work> void InTheNameOf(const std::string& node, const Work& work) {
-    try {
-        work();
-    } catch (const CUseError& failure) {
-        throw CUseError(node + ": " + failure.what());
-    } catch (const CFileError& failure) {
-        throw CWorkError(node + ": " + failure.Message());
-    } catch (const QUOR::CException& failure) {
-        throw CWorkError(node + ": " + failure.FormattedWhat());
-    } catch (const std::bad_alloc&) {
-        throw CWorkError(node + ": the memory does not suffice");
-    } catch (const std::exception& failure) {
-        throw CWorkError(node + ": " + failure.what());
+    const CLimitedMemory limited(said);
+    const CNodesTalkAside aside(files.outputs);
+    const StGraphTimes times = RunGraph(graph, files, options);
+    if (said.timing) {
+        context.err << TimesText(graph, times);
     }
 }
 
 } // namespace
 
 void RunCommand(const StContext& context, const Arguments& arguments) {
-    // Which options there are is known only once the node is: at first, all but the common ones are left aside.
-    CArgumentParser parser("vessa run", "Runs a node on files. Each parameter of the node is an option of its own: "
-                                        "'vessa run NODE --help' shows them.");
-    StRunArguments said;
-    AddRunOptions(parser, context, said);
-    parser.Parse(arguments);
-    if (said.node.empty() && parser.WantsHelp()) {
-        context.out << parser.Help() << TypesHelp(context.width);
-        return;
+    // Which options there are is known only once the nodes are: at first, all but the common ones are left aside.
+    const std::vector<Arguments> steps = Steps(arguments);
+    std::vector<std::string> names;
+    std::vector<std::string> plugins;
+    for (const Arguments& words : steps) {
+        CArgumentParser parser("vessa run",
+                               "Runs a node on files, or a chain of nodes with 'then' between them: the first "
+                               "output of one is the first input of the next. Each parameter of a node is an "
+                               "option of its own: 'vessa run NODE --help' shows them.");
+        StStepArguments step;
+        StRunArguments said;
+        AddStepOptions(parser, context, step, said.plugins);
+        AddRunOptions(parser, said);
+        parser.Parse(words);
+        if (step.node.empty()) { // Parse has seen to it that help is wanted
+            context.out << parser.Help() << TypesHelp(context.width);
+            return;
+        }
+        names.push_back(step.node);
+        plugins.insert(plugins.end(), said.plugins.begin(), said.plugins.end());
     }
-    CModules modules(context.places, said.plugins, context.err);
-    const CModules::StNode found = modules.Make(said.node);
-    InTheNameOf(said.node, [&] { RunNamed(context, said.node, *found.node, arguments); });
+    CModules modules(context.places, plugins, context.err);
+    StRunArguments said;
+    CChain chain(context, modules, said);
+    for (std::size_t index = 0; index < steps.size(); ++index) {
+        const StNodeDescription node = Describe(names[index], *modules.Make(names[index]).node);
+        if (!InTheNameOf(names[index], [&] { return chain.Add(node, steps[index]); })) {
+            return;
+        }
+    }
+    RunChain(context, chain.Finish(), said);
 }
 
 void CompleteRun(const StContext& context, const Arguments& before, CCompletion& completion) {
+    const Arguments words = Steps(before).back(); // what is typed belongs to the last node
     CArgumentParser parser("vessa run", "");
+    StStepArguments step;
     StRunArguments said;
-    AddRunOptions(parser, context, said);
-    parser.ParseBefore(before);
-    if (said.node.empty()) {
-        parser.Complete(before, completion);
+    AddStepOptions(parser, context, step, said.plugins);
+    AddRunOptions(parser, said);
+    parser.ParseBefore(words);
+    if (step.node.empty()) {
+        parser.Complete(words, completion);
         return;
     }
     CModules modules(context.places, said.plugins, context.err);
-    const CModules::StNode found = modules.Make(said.node);
-    const StNodeDescription node = Describe(said.node, *found.node);
+    const StNodeDescription node = Describe(step.node, *modules.Make(step.node).node);
     AddParameterOptions(parser.App(), node);
     OfferParameters(parser, node);
-    parser.Complete(before, completion);
+    parser.SetOffers(parser.App().add_option("THEN"),
+                     [](CCompletion& offers) { offers.Offer(kThen, "Pass the result on to another node"); });
+    parser.Complete(words, completion);
 }
 
 } // namespace vessa

@@ -1,5 +1,6 @@
 #include "TiffFile.h"
 
+#include "Errors.h"
 #include "ImageFile.h"
 #include "JsonValue.h"
 #include "Printable.h"
@@ -259,10 +260,9 @@ void PackBits(const unsigned char* elements, unsigned char* packed, std::size_t 
 
 class CTiffReader {
 public:
-    CTiffReader(const CInputFile& file, std::size_t mostBytes)
+    explicit CTiffReader(const CInputFile& file)
         // Legal tables take a few times their bytes in the file, decoders some room of their own.
-        : m_stream{file}, m_tiff(Open(m_stream, "rmc", &OnNoWrite, 4 * file.Size() + (std::uint64_t{1} << 26))),
-          m_mostBytes(mostBytes) {
+        : m_stream{file}, m_tiff(Open(m_stream, "rmc", &OnNoWrite, 4 * file.Size() + (std::uint64_t{1} << 26))) {
         if (!m_tiff) {
             Fail();
         }
@@ -332,9 +332,8 @@ private:
 
     StStream<const CInputFile> m_stream;
     TiffHandle m_tiff;
-    std::size_t m_mostBytes;
     std::size_t m_page = 1;
-    std::vector<unsigned char> m_block; ///< a decoded block that doesn't lie as the image does
+    QUOR::CBuffer m_block; ///< a decoded block that doesn't lie as the image does
 };
 
 StPixels CTiffReader::Pixels() {
@@ -385,9 +384,9 @@ void CTiffReader::RequirePlausible(const StPixels& pixels) {
     const CSize blockSize(block.width, block.height);
     const std::uint64_t blockBytes = LimitedProduct({block.stride, block.height});
     vessa::RequirePlausible(m_stream.file, blockSize, Described(pixels), blockBytes, most);
-    if (TIFFIsTiled(m_tiff.get()) != 0 && blockBytes > m_mostBytes) {
-        FailOnPage("a tile of " + Extents(blockSize) + " is too large: at most " + std::to_string(m_mostBytes) +
-                   " bytes are allowed");
+    if (TIFFIsTiled(m_tiff.get()) != 0 && blockBytes > QUOR::ImageMemoryLimit()) {
+        FailOnPage("a tile of " + Extents(blockSize) + " has " + std::to_string(blockBytes) + " bytes, more than the " +
+                   std::to_string(QUOR::ImageMemoryLimit()) + " that images may take" + kRaiseMemoryLimit);
     }
 }
 
@@ -436,10 +435,13 @@ void CTiffReader::ReadBlock(const StPixels& pixels, const StBlock& block, std::u
         return;
     }
     const std::uint32_t rows = tiled ? LongField(TIFFTAG_TILELENGTH) : block.height;
-    m_block.resize(block.stride * rows);
-    Decode(block, channel, m_block.data(), m_block.size());
+    if (m_block.Size() != block.stride * rows) {
+        m_block = QUOR::CBuffer(block.stride * rows);
+    }
+    auto* pixelRows = static_cast<unsigned char*>(m_block.Data());
+    Decode(block, channel, pixelRows, m_block.Size());
     for (std::size_t y = 0; y < block.height; ++y) {
-        const unsigned char* source = m_block.data() + y * block.stride;
+        const unsigned char* source = pixelRows + y * block.stride;
         unsigned char* row = first + y * target.rowBytes;
         if (together) {
             SplitRgb(source, row, target.plane, block.width);
@@ -640,7 +642,7 @@ std::uint64_t MostFileBytes(const CImage& image, const std::string& description)
 } // namespace
 
 std::unique_ptr<CImage> ReadTiff(const CInputFile& file, const StReadOptions& options) {
-    CTiffReader reader(file, options.mostBytes);
+    CTiffReader reader(file);
     const StPixels pixels = reader.Pixels();
     const ElementTypes possible = PossibleTypes(pixels);
     auto description = ReadDescription(file, reader.Description(), Described(pixels), possible);
@@ -649,7 +651,7 @@ std::unique_ptr<CImage> ReadTiff(const CInputFile& file, const StReadOptions& op
     const IImage::CType usual = description ? description->type : possible.front();
     const IImage::CType type = options.type ? ChosenType(file, Described(pixels), possible, options) : usual;
     const int dimensions = description ? description->dimensions : pages == 1 ? 2 : 3;
-    auto image = NewImage(file, type, SizeOf(pixels, pages, dimensions), options);
+    auto image = std::make_unique<CImage>(type, SizeOf(pixels, pages, dimensions), CSize(0, 0, 0));
 
     const std::size_t rowBytes = static_cast<std::size_t>(image->Size().x) * type.channelBytes;
     StTarget target{static_cast<unsigned char*>(image->Buffer().Data()), image->Size().Elements(), rowBytes};

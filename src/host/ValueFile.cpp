@@ -1,16 +1,19 @@
 #include "ValueFile.h"
 
+#include "Errors.h"
 #include "ImageFile.h"
 #include "JsonValue.h"
 #include "NpyFile.h"
 #include "PngFile.h"
+#include "Text.h"
 #include "TiffFile.h"
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <new>
 #include <string_view>
+#include <unistd.h>
+#include <utility>
 
 namespace vessa {
 
@@ -25,38 +28,75 @@ namespace {
 struct StImageFormat {
     std::unique_ptr<CImage> (*read)(const CInputFile& file, const StReadOptions& options);
     void (*check)(const std::string& file, const CImage& image);
-    void (*write)(COutputFile& file, const CImage& image);
+    void (*write)(COutputFile& file, const CImage& image, const StWriteOptions& options);
 };
 
-constexpr StImageFormat kPng{&ReadPng, &CheckPng, &WritePng};
-constexpr StImageFormat kTiff{&ReadTiff, &CheckTiff,
-                              [](COutputFile& file, const CImage& image) { WriteTiff(file, image); }};
-constexpr StImageFormat kNpy{&ReadNpy, &CheckNpy, &WriteNpy};
+constexpr StImageFormat kPng{&ReadPng, &CheckPng,
+                             [](COutputFile& file, const CImage& image, const StWriteOptions& options) {
+                                 WritePng(file, image, options.pngLevel);
+                             }};
+constexpr StImageFormat kTiff{
+    &ReadTiff, &CheckTiff,
+    [](COutputFile& file, const CImage& image, const StWriteOptions& /*options*/) { WriteTiff(file, image); }};
+constexpr StImageFormat kNpy{
+    &ReadNpy, &CheckNpy,
+    [](COutputFile& file, const CImage& image, const StWriteOptions& /*options*/) { WriteNpy(file, image); }};
 
-struct StEnding {
-    std::string_view text;
+struct StFormat {
+    EnFormat format;
+    const char* name;
     const StImageFormat* images; ///< null for the format of maps
 };
 
-constexpr std::array<StEnding, 5> kEndings{
-    {{".png", &kPng}, {".tif", &kTiff}, {".tiff", &kTiff}, {".npy", &kNpy}, {".json", nullptr}}};
+constexpr std::array<StFormat, 4> kFormats{{{EnFormat::Png, "png", &kPng},
+                                            {EnFormat::Tiff, "tiff", &kTiff},
+                                            {EnFormat::Npy, "npy", &kNpy},
+                                            {EnFormat::Json, "json", nullptr}}};
 
-/// The entry for a file name's ending in letters of either case, null for an unknown one.
-const StEnding* FindEnding(std::string file) {
-    std::transform(file.begin(), file.end(), file.begin(),
-                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-    const auto* found = std::find_if(kEndings.begin(), kEndings.end(),
-                                     [&](const StEnding& ending) { return file.ends_with(ending.text); });
-    return found == kEndings.end() ? nullptr : found;
+constexpr std::array<std::pair<std::string_view, EnFormat>, 5> kEndings{{{".png", EnFormat::Png},
+                                                                         {".tif", EnFormat::Tiff},
+                                                                         {".tiff", EnFormat::Tiff},
+                                                                         {".npy", EnFormat::Npy},
+                                                                         {".json", EnFormat::Json}}};
+
+/// What the images of a format begin with. TIFF has two byte orders, and a form for large files.
+constexpr std::array<std::pair<std::string_view, EnFormat>, 6> kSignatures{
+    {{"\x89PNG\r\n\x1a\n", EnFormat::Png},
+     {std::string_view("II*\0", 4), EnFormat::Tiff},
+     {std::string_view("MM\0*", 4), EnFormat::Tiff},
+     {std::string_view("II+\0", 4), EnFormat::Tiff},
+     {std::string_view("MM\0+", 4), EnFormat::Tiff},
+     {"\x93NUMPY", EnFormat::Npy}}};
+
+const StFormat& Entry(EnFormat format) {
+    return *std::find_if(kFormats.begin(), kFormats.end(),
+                         [=](const StFormat& entry) { return entry.format == format; });
 }
 
-const StEnding& EndingOf(const std::string& file) {
-    const StEnding* ending = FindEnding(file);
-    if (ending == nullptr) {
+EnFormat FormatOfEnding(const std::string& file) {
+    const auto format = FormatOf(file);
+    if (!format) {
         throw CFileError(file + ": the name's ending tells no known format: .png, .tif, .tiff and .npy are images, "
                                 ".json is a map");
     }
-    return *ending;
+    return *format;
+}
+
+/// The format of a file by its first bytes.
+EnFormat FormatOfContent(const CInputFile& file) {
+    std::array<char, 4096> buffer{};
+    const std::string_view start(buffer.data(), file.Read(0, buffer.data(), buffer.size()));
+    const auto* found = std::find_if(kSignatures.begin(), kSignatures.end(),
+                                     [&](const auto& signature) { return start.starts_with(signature.first); });
+    if (found != kSignatures.end()) {
+        return found->second;
+    }
+    const std::size_t text = start.find_first_not_of(" \t\r\n");
+    if (text != std::string_view::npos && start[text] == '{') {
+        return EnFormat::Json;
+    }
+    file.Fail(std::string(start.empty() ? "it is empty" : "its first bytes tell no known format") +
+              ": PNG, TIFF and npy are images, a JSON object is a map");
 }
 
 /// Runs `work` and turns the failures of the host library and of the memory into those of the file.
@@ -65,6 +105,8 @@ template <class Work> auto WithFileErrors(const std::string& file, const Work& w
         return work();
     } catch (const QUOR::CException& failure) {
         throw CFileError(file + ": " + failure.FormattedWhat());
+    } catch (const QUOR::CImageMemoryLimit& failure) {
+        throw CFileError(file + ": " + failure.what() + kRaiseMemoryLimit);
     } catch (const std::bad_alloc&) {
         throw CFileError(file + ": there is not enough memory");
     }
@@ -74,27 +116,48 @@ std::unique_ptr<CValue> ReadMap(const CInputFile& file, const StReadOptions& opt
     if (options.type) {
         file.Fail(std::string("a map can't be read as ") + options.type->ToString());
     }
-    if (file.Size() > options.mostBytes) {
-        file.Fail("it has " + std::to_string(file.Size()) + " bytes: at most " + std::to_string(options.mostBytes) +
-                  " are allowed");
+    if (file.Size() > QUOR::ImageMemoryLimit()) {
+        file.Fail("it has " + std::to_string(file.Size()) + " bytes, more than the " +
+                  std::to_string(QUOR::ImageMemoryLimit()) + " that images may take" + kRaiseMemoryLimit);
     }
     std::string text(static_cast<std::size_t>(file.Size()), '\0');
     file.ReadAll(0, text.data(), text.size());
     return MapFromJson(text, file.Name());
 }
 
-void WriteMap(const std::string& name, const QUOR::CValueMap& map) {
-    const std::string text = JsonFromMap(map, name).dump(2) + "\n";
-    COutputFile file(name);
-    file.Append(text.data(), text.size());
-    file.Commit();
+/// The name of a file in messages.
+std::string Shown(const std::string& file, const char* stream) { return file == kStandardStream ? stream : file; }
+
+/// The format that a file is written in.
+EnFormat ChosenFormat(const std::string& file, bool isImage, const StWriteOptions& options) {
+    if (file == kStandardStream) {
+        return options.format.value_or(isImage ? EnFormat::Tiff : EnFormat::Json);
+    }
+    if (options.format) {
+        throw CFileError(file + ": the name's ending tells the format: another one can be chosen for standard output "
+                                "only");
+    }
+    return FormatOfEnding(file);
 }
 
-void WriteImage(const std::string& name, const StImageFormat& format, const CImage& image) {
-    format.check(name, image);
-    COutputFile file(name);
-    format.write(file, image);
-    file.Commit();
+std::unique_ptr<COutputFile> StageMap(const std::string& file, const QUOR::CValueMap& map) {
+    const std::string text = JsonFromMap(map, Shown(file, kStandardOutput)).dump(2) + "\n";
+    auto output = std::make_unique<COutputFile>(file);
+    output->Append(text.data(), text.size());
+    output->RequireWritten();
+    return output;
+}
+
+std::unique_ptr<COutputFile> StageImage(const std::string& file, const StImageFormat& format, const CImage& image,
+                                        const StWriteOptions& options) {
+    if (file == kStandardStream && ::isatty(STDOUT_FILENO) != 0) {
+        throw CFileError(std::string(kStandardOutput) + " is a terminal: an image needs a file or a pipe");
+    }
+    format.check(Shown(file, kStandardOutput), image);
+    auto output = std::make_unique<COutputFile>(file);
+    format.write(*output, image, options);
+    output->RequireWritten();
+    return output;
 }
 
 /// What a value is, for messages.
@@ -106,18 +169,18 @@ std::string Described(const CValue& value, const CImage* image) {
                                                      : QUOR::KindName(value.GenericType());
 }
 
-void Write(const std::string& file, const CValue& value) {
-    const StEnding& ending = EndingOf(file);
+std::unique_ptr<COutputFile> Stage(const std::string& file, const CValue& value, const StWriteOptions& options) {
     const bool isImage = value.GenericType() == EnValType::Pointer && value.ElementType() == typeid(CImage);
     const CImage* image = isImage ? QUOR::UnwrapPointer<CImage>(&value) : nullptr;
-    if (ending.images != nullptr && image != nullptr) {
-        WriteImage(file, *ending.images, *image);
-    } else if (ending.images == nullptr && value.GenericType() == EnValType::Map) {
-        WriteMap(file, *value.Map());
-    } else {
-        throw CFileError(file + ": " + Described(value, image) + " can't be written to a " + std::string(ending.text) +
-                         " file: " + (ending.images == nullptr ? "a map" : "an image") + " can");
+    const StFormat& format = Entry(ChosenFormat(file, image != nullptr, options));
+    if (format.images != nullptr && image != nullptr) {
+        return StageImage(file, *format.images, *image, options);
     }
+    if (format.images == nullptr && value.GenericType() == EnValType::Map) {
+        return StageMap(file, *value.Map());
+    }
+    throw CFileError(Shown(file, kStandardOutput) + ": " + Described(value, image) + " can't be written as " +
+                     format.name + ": " + (format.images == nullptr ? "a map" : "an image") + " can");
 }
 
 } // namespace
@@ -136,32 +199,58 @@ std::optional<IImage::CType> TypeByName(const std::string& name) {
     return found == types.end() ? std::nullopt : std::optional(*found);
 }
 
+std::optional<EnFormat> FormatByName(const std::string& name) {
+    const auto* found =
+        std::find_if(kFormats.begin(), kFormats.end(), [&](const StFormat& entry) { return name == entry.name; });
+    return found == kFormats.end() ? std::nullopt : std::optional(found->format);
+}
+
+const std::vector<std::string>& FormatNames() {
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> all;
+        for (const StFormat& entry : kFormats) {
+            all.emplace_back(entry.name);
+        }
+        return all;
+    }();
+    return names;
+}
+
 std::vector<std::string> KnownEndings() {
     std::vector<std::string> endings;
-    for (const StEnding& ending : kEndings) {
-        endings.emplace_back(ending.text.substr(1));
+    for (const auto& [ending, format] : kEndings) {
+        endings.emplace_back(ending.substr(1));
     }
     return endings;
 }
 
-bool IsKnownFormat(const std::string& file) { return FindEnding(file) != nullptr; }
+std::optional<EnFormat> FormatOf(const std::string& file) {
+    const auto* found = std::find_if(kEndings.begin(), kEndings.end(),
+                                     [&](const auto& ending) { return EndsWith(file, ending.first); });
+    return found == kEndings.end() ? std::nullopt : std::optional(found->second);
+}
 
 std::unique_ptr<CValue> ReadValue(const std::string& file, const StReadOptions& options) {
-    return WithFileErrors(file, [&]() -> std::unique_ptr<CValue> {
-        const StEnding& ending = EndingOf(file);
+    return WithFileErrors(Shown(file, kStandardInput), [&]() -> std::unique_ptr<CValue> {
+        const auto told = file == kStandardStream ? std::nullopt : std::optional(FormatOfEnding(file));
         const CInputFile input(file);
-        if (ending.images == nullptr) {
+        const StFormat& format = Entry(told ? *told : FormatOfContent(input));
+        if (format.images == nullptr) {
             return ReadMap(input, options);
         }
-        auto image = ending.images->read(input, options);
+        auto image = format.images->read(input, options);
         auto value = std::make_unique<QUOR::CValueOwnedPointer<CImage>>(image.get());
         static_cast<void>(image.release()); // the value owns it
         return value;
     });
 }
 
-void WriteValue(const std::string& file, const CValue& value) {
-    WithFileErrors(file, [&] { Write(file, value); });
+std::unique_ptr<COutputFile> StageValue(const std::string& file, const CValue& value, const StWriteOptions& options) {
+    return WithFileErrors(Shown(file, kStandardOutput), [&] { return Stage(file, value, options); });
+}
+
+void WriteValue(const std::string& file, const CValue& value, const StWriteOptions& options) {
+    StageValue(file, value, options)->Commit();
 }
 
 } // namespace vessa

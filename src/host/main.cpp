@@ -24,5 +24,7 @@ std::size_t LineWidth() {
 int main(int count, char** arguments) {
     const vessa::StPlaces places = vessa::OwnPlaces();
     vessa::NamePrefix(places);
-    return vessa::RunProgram({std::cout, std::cerr, LineWidth(), places}, {arguments + 1, arguments + count});
+    const bool isErrTerminal = ::isatty(STDERR_FILENO) == 1;
+    return vessa::RunProgram({std::cout, std::cerr, LineWidth(), places, isErrTerminal},
+                             {arguments + 1, arguments + count});
 }

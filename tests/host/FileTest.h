@@ -3,6 +3,7 @@
 // What the tests of files share: a folder of their own, files given byte by byte, and failures by their text.
 
 #include "InputFile.h"
+#include "MemoryLimit.h"
 #include "NodeTest.h"
 #include "ValueFile.h"
 
@@ -27,6 +28,7 @@ using QUOR::CValueMap;
 using QUOR::EnValType;
 using QUOR::IImage;
 using QUOR::test::BytesOf;
+using QUOR::test::CRoomForImages;
 using QUOR::test::ElementsOf;
 using QUOR::test::ImagePtr;
 using QUOR::test::MakeImage;
@@ -154,10 +156,9 @@ private:
     }
 
     ImagePtr ReadIfPossible(const std::string& name) const {
-        StReadOptions options;
-        options.mostBytes = 1 << 24;
+        const CRoomForImages room(1 << 24);
         try {
-            const auto value = ReadValue(Path(name), options);
+            const auto value = ReadValue(Path(name), {});
             return std::make_unique<CImage>(*QUOR::UnwrapPointer<CImage>(value.get()));
         } catch (const CFileError& failure) {
             EXPECT_EQ(failure.Message().find('\n'), std::string::npos) << failure.Message();

@@ -64,7 +64,7 @@ TEST(Completion, OffersOptionsWhereNothingElseMayStand) {
 TEST(Completion, OffersTheNodesOwnOptions) {
     EXPECT_EQ(OfferedForProbe({"--offs"}), "--offset_x\tmoves by offset_x elements. By default it is set to 0.\n");
     EXPECT_EQ(OfferedForProbe({"--offset_x", "3", "--offs"}), "");
-    EXPECT_EQ(OfferedForProbe({"--m"}), "--mode\t\n");
+    EXPECT_EQ(OfferedForProbe({"--mod"}), "--mode\t\n");
     EXPECT_EQ(OfferedForProbe({"--set", ""}), "set=\t\nfurther=\tis not declared.\n");
 }
 
@@ -72,7 +72,7 @@ TEST(Completion, OffersValues) {
     EXPECT_EQ(OfferedForProbe({"--mode", "T"}), "TWO\t\nTHREE\t\n");
     EXPECT_EQ(OfferedForProbe({"--mode="}), "--mode=ONE\t\n--mode=TWO\t\n--mode=THREE\t\n");
     EXPECT_EQ(OfferedForProbe({"--slice-wise="}), "--slice-wise=true\t\n--slice-wise=false\t\n");
-    EXPECT_EQ(OfferedForProbe({"--slice-wise", "t"}), ""); // a switch, which has no value behind it
+    EXPECT_EQ(OfferedForProbe({"--slice-wise", "tr"}), ""); // a switch, which has no value behind it
     EXPECT_EQ(OfferedForProbe({"--offset_x", ""}), "");
     EXPECT_EQ(OfferedForProbe({"--title", ""}), "\tfiles\t*\t\n");
 }
@@ -85,6 +85,30 @@ TEST(Completion, OffersFiles) {
     EXPECT_EQ(Offered({"run", "Flip", "--input=a.png@IMAGE_R"}), files + "--input=\n--input=a.png@IMAGE_RGB_8\t\n");
     EXPECT_EQ(Offered({"run", "Flip", "-o", "a.png@IMAGE_R"}), files + "\n");
     EXPECT_EQ(Offered({"list", "--plugin", ""}), "\tfiles\tso\t\n");
+}
+
+TEST(Completion, OffersWhatBelongsToTheLastNodeOfAChain) {
+    EXPECT_EQ(Offered({"run", "Flip", "th"}), "then\tPass the result on to another node\n");
+    EXPECT_EQ(Offered({"run", "Flip", "then", "Fl"}), Offered({"run", "Fl"}));
+    EXPECT_EQ(Offered({"run", "Flip", "then", "th"}), "");
+    EXPECT_EQ(Offered({"run", "Flip", "then", "Border", "--fl"}), "");
+    EXPECT_EQ(Offered({"run", "Border", "--border", "3", "then", "Replicate", "--along", ""}), "X\t\nY\t\nZ\t\n");
+    EXPECT_EQ(Offered({"run", "Flip", "--format", "n"}), "npy\t\n");
+}
+
+TEST(Completion, OffersTheInputsAndOutputsOfAGraph) {
+    const CTestFolder folder;
+    folder.Write("graph.json", R"({"inputs": {"picture": {}},
+                                   "nodes": {"flip": {"node": "Flip", "inputs": ["picture"]}},
+                                   "outputs": {"mirrored": {"from": "flip"}}})");
+    const std::string graph = folder / "graph.json";
+    const std::string files = "\tfiles\tpng|tif|tiff|npy|json\t";
+    EXPECT_EQ(Offered({"pipeline", ""}), "\tfiles\tjson\t\n");
+    EXPECT_EQ(Offered({"pipeline", graph, "-i", ""}), "picture=\t\n");
+    EXPECT_EQ(Offered({"pipeline", graph, "-o", ""}), "mirrored=\t\n");
+    EXPECT_EQ(Offered({"pipeline", graph, "-i", "picture=a"}), files + "picture=\n");
+    EXPECT_EQ(Offered({"pipeline", graph, "--output=mirrored=a"}), files + "--output=mirrored=\n");
+    EXPECT_EQ(Offered({"pipeline", folder / "absent.json", "-i", ""}), "");
 }
 
 TEST(Completion, IsSilentAboutWhatIsWrong) {

@@ -176,9 +176,10 @@ TEST_F(JsonValue, RefusesWhatNoMapHolds) {
               "x.json: the entry a/b has a key with '/', which would be a path through maps");
     EXPECT_EQ(ParseError(R"({"ä\n": null})"),
               "x.json: the entry \\xc3\\xa4\\x0a is null, which stands for an empty slot of a vector only");
-    const std::string form = " has an unknown form: \"$double\", \"$int:N\" and keys with \"$$\" are known";
+    const std::string form =
+        " has an unknown form: \"$double\", \"$int:N\", \"$schema\" and keys with \"$$\" are known";
     for (const char* key : {"$", "$a", "$int", "$int:", "$int:x", "$int:01", "$int:1 ", "$int:+1", "$int:-0",
-                            "$int:9223372036854775808", "$doubles"}) {
+                            "$int:9223372036854775808", "$doubles", "$schemas", "$Schema"}) {
         EXPECT_EQ(ParseError(std::string("{\"") + key + "\": 1}"), std::string("x.json: the entry ") + key + form);
     }
     const std::string number =
@@ -255,6 +256,20 @@ TEST_F(JsonValue, RefusesValuesThatJsonLacks) {
     EXPECT_EQ(TextError(top), "x.json: the map has side information (Meta), which JSON can't hold");
 }
 
+TEST_F(JsonValue, ASchemaIsAPlainKey) {
+    CValueMap map;
+    map.SetEntry("$schema", new CValueString("graph.schema.json"));
+    EXPECT_EQ(Text(map), R"({"$schema":"graph.schema.json"})");
+    EXPECT_TRUE(MapFromJson(Text(map), "x.json")->Equal(map));
+    EXPECT_TRUE(MapFromJson(R"({"$$schema":"graph.schema.json"})", "x.json")->Equal(map)) << "the other spelling";
+    CValueMap longer;
+    longer.SetEntry("$$schema", new QUOR::CValueLong(1));
+    longer.SetEntry("$schema", new QUOR::CValueLong(2));
+    EXPECT_EQ(Text(longer), R"({"$$$schema":1,"$schema":2})");
+    EXPECT_TRUE(MapFromJson(Text(longer), "x.json")->Equal(longer));
+    EXPECT_EQ(ParseError(R"({"$schema":1,"$$schema":2})"), "x.json: the entry $$schema stands twice in its map");
+}
+
 TEST_F(JsonValue, FilesAreIndented) {
     CValueMap map;
     map.SetEntry("b/c", new CValueDouble(0.5));
@@ -268,11 +283,13 @@ TEST_F(JsonValue, FilesAreIndented) {
 
 TEST_F(JsonValue, FilesAreLimited) {
     Put("a.json", "{\"a\":1}");
-    StReadOptions options;
-    options.mostBytes = 7;
-    EXPECT_EQ(ReadError("a.json", options), "");
-    options.mostBytes = 6;
-    EXPECT_EQ(ReadError("a.json", options), "a.json: it has 7 bytes: at most 6 are allowed");
+    {
+        const CRoomForImages room(7);
+        EXPECT_EQ(ReadError("a.json"), "");
+    }
+    const CRoomForImages room(6);
+    EXPECT_EQ(ReadError("a.json"),
+              "a.json: it has 7 bytes, more than the 6 that images may take: --max-memory raises the limit");
     EXPECT_EQ(ReadErrorAs("a.json", QUOR::IMAGE_GREY_8), "a.json: a map can't be read as IMAGE_GREY_8");
 }
 

@@ -255,12 +255,14 @@ TEST_F(NpyFile, EmptyArraysCanHaveLargeExtents) {
 
 TEST_F(NpyFile, LimitsTheBytes) {
     Put("a.npy", Array("<u2", "(2, 3)", "abcdefghijkl"));
-    StReadOptions options;
-    options.mostBytes = 12;
-    EXPECT_EQ(ReadError("a.npy", options), "");
-    options.mostBytes = 11;
-    EXPECT_EQ(ReadError("a.npy", options),
-              "a.npy: an image of 3x2 IMAGE_GREY_16 is too large: at most 11 bytes are allowed");
+    {
+        const CRoomForImages room(12);
+        EXPECT_EQ(ReadError("a.npy"), "");
+    }
+    const CRoomForImages room(11);
+    EXPECT_EQ(ReadError("a.npy"),
+              "a.npy: an image of 12 bytes would take the images beyond the limit of 11 bytes (0 in "
+              "use): --max-memory raises the limit");
 }
 
 TEST_F(NpyFile, RefusesWhatItCantHold) {

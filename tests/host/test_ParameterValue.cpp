@@ -118,5 +118,49 @@ TEST(ParameterValue, NumbersAreShownInTheShortestForm) {
     EXPECT_EQ(FormatValue(CValueDouble(-2.2250738585072014e-308)), "-2.2250738585072014e-308");
 }
 
+std::string SizeError(const std::string& text) {
+    try {
+        return "the size " + std::to_string(ParseByteSize(text));
+    } catch (const CUseError& failure) {
+        return failure.what();
+    }
+}
+
+TEST(ParameterValue, SizesHaveUnits) {
+    const std::vector<std::pair<const char*, std::uint64_t>> sizes{
+        {"0", 0},
+        {"1", 1},
+        {"007", 7},
+        {"18446744073709551615", 18446744073709551615U},
+        {"1K", 1024},
+        {"1KiB", 1024},
+        {"512M", 536870912},
+        {"512MiB", 536870912},
+        {"4G", 4294967296},
+        {"1.5GiB", 1610612736},
+        {"0.25T", 274877906944},
+        {"2T", 2199023255552},
+        {"0.1K", 102},           // 102.4
+        {"3.9999999999K", 4095}, // a part of a byte is dropped
+        {"0.99999999999999999999999T", 1099511627775},
+        {"16777215.99999999999999999999T", 18446744073709551615U},
+    };
+    for (const auto& [text, bytes] : sizes) {
+        EXPECT_EQ(ParseByteSize(text), bytes) << text;
+    }
+}
+
+TEST(ParameterValue, WhatIsNoSizeIsRefused) {
+    for (const char* text : {"",   "K",  "x",   "-1", "+1",  "1.5",   "1.", "1.G",  ".5G", "1e9", "1 G",  " 1",
+                             "1 ", "1g", "1MB", "1B", "1Gi", "1GiBs", "1P", "0x10", "inf", "nan", "1,5G", "1.5.5G"}) {
+        EXPECT_EQ(SizeError(text), "'" + std::string(text) +
+                                       "' is no size: a number of bytes, or one of K, M, G or T as in 512M or 1.5GiB, "
+                                       "where K is 1024 bytes and each next one 1024 times as much");
+    }
+    for (const char* text : {"18446744073709551616", "18014398509481984K", "16777216T", "99999999999999999999999G"}) {
+        EXPECT_EQ(SizeError(text), "'" + std::string(text) + "' is out of range: a size of less than 2^64 bytes");
+    }
+}
+
 } // namespace
 } // namespace vessa

@@ -1,5 +1,6 @@
 #include "FileTest.h"
 
+#include <algorithm>
 #include <png.h>
 
 namespace vessa::test {
@@ -216,10 +217,11 @@ TEST_F(PngFile, BelievesNoExtents) {
                                       std::to_string(Get("a.png").size()) + " bytes can't hold");
     PutWithExtents("a.png", {100, 100, 8, PNG_COLOR_TYPE_GRAY});
     EXPECT_EQ(ReadError("a.png"), "a.png: the PNG data are damaged: Not enough image data");
-    StReadOptions options;
-    options.mostBytes = 9999;
-    EXPECT_EQ(ReadError("a.png", options),
-              "a.png: an image of 100x100 IMAGE_GREY_8 is too large: at most 9999 bytes are allowed");
+    {
+        const CRoomForImages room(9999);
+        EXPECT_EQ(ReadError("a.png"), "a.png: an image of 10000 bytes would take the images beyond the limit of 9999 "
+                                      "bytes (0 in use): --max-memory raises the limit");
+    }
     PutWithExtents("a.png", {0x80000000, 1, 8, PNG_COLOR_TYPE_GRAY});
     EXPECT_EQ(ReadError("a.png"), "a.png: the PNG data are damaged: PNG unsigned integer out of range");
 }
@@ -250,6 +252,42 @@ TEST_F(PngFile, DamagedFilesDoNoHarm) {
     PutForeign("laced.png", {9, 3, 8, PNG_COLOR_TYPE_RGB, true}, std::vector<std::string>(3, std::string(27, 'x')));
     ReadEveryPrefix("laced.png");
     ReadWithEveryByteChanged("laced.png", 1000);
+}
+
+TEST_F(PngFile, TheLevelTellsTheCompression) {
+    std::mt19937 random(3);
+    for (const IImage::CType& type :
+         {QUOR::IMAGE_BINARY_FG, QUOR::IMAGE_GREY_8, QUOR::IMAGE_GREY_16, QUOR::IMAGE_RGB_8}) {
+        const ImagePtr image = ZeroImage(type, CSize(400, 300));
+        auto* bytes = static_cast<unsigned char*>(image->Buffer().Data());
+        std::generate_n(bytes, image->Buffer().Size(), [&] { return static_cast<unsigned char>(random() % 8 == 0); });
+        std::vector<std::size_t> sizes;
+        for (int level = 0; level <= 9; ++level) {
+            WriteValue(Path("a.png"), QUOR::CValuePointer<CImage>(image.get()), {.pngLevel = level});
+            EXPECT_TRUE(SameImage(*image, *Read("a.png"))) << level;
+            sizes.push_back(Get("a.png").size());
+        }
+        const std::size_t packed = type == QUOR::IMAGE_BINARY_FG ? 50 * 300 : image->Buffer().Size();
+        EXPECT_GT(sizes[0], packed) << "level 0 doesn't compress";
+        EXPECT_LT(sizes[1], sizes[0]);
+        EXPECT_LT(sizes[9], sizes[1]);
+        Write("a.png", *image);
+        EXPECT_EQ(Get("a.png").size(), sizes[1]) << "the usual level";
+    }
+}
+
+TEST_F(PngFile, OtherLevelsAreRefused) {
+    const ImagePtr image = ZeroImage(QUOR::IMAGE_GREY_8, CSize(2, 2));
+    for (const int level : {-1, 10}) {
+        try {
+            WriteValue(Path("a.png"), QUOR::CValuePointer<CImage>(image.get()), {.pngLevel = level});
+            ADD_FAILURE() << level;
+        } catch (const CFileError& failure) {
+            EXPECT_EQ(failure.Message(),
+                      Path("a.png") + ": the compression level of PNG is 0 to 9, not " + std::to_string(level));
+        }
+    }
+    EXPECT_TRUE(Names().empty());
 }
 
 } // namespace

@@ -525,19 +525,21 @@ TEST_F(TiffFile, BelievesNoExtents) {
               "a.tif: it claims 100000x100000 pixels of 8-bit grey, which a file of 130 bytes can't hold");
     Put("a.tif", Tiff(Page(11, 12, 8, offset, 132), "abcdefgh"));
     EXPECT_EQ(ReadError("a.tif"), "a.tif: it claims 11x12 pixels of 8-bit grey, which a file of 130 bytes can't hold");
-    Put("a.tif",
-        Tiff(With(Page(500000, 1000000, 8, offset, 8), {TIFFTAG_COMPRESSION, 3, 1, COMPRESSION_LZMA}), "abcdefgh"));
-    EXPECT_EQ(ReadError("a.tif"), "a.tif: an image of 500000x1000000 IMAGE_GREY_8 is too large: at most 17179869184 "
-                                  "bytes are allowed");
+    {
+        const CRoomForImages room(1 << 20);
+        Put("a.tif",
+            Tiff(With(Page(500000, 1000000, 8, offset, 8), {TIFFTAG_COMPRESSION, 3, 1, COMPRESSION_LZMA}), "abcdefgh"));
+        EXPECT_EQ(ReadError("a.tif"), "a.tif: an image of 500000000000 bytes would take the images beyond the limit of "
+                                      "1048576 bytes (0 in use): --max-memory raises the limit");
+    }
     Put("a.tif", Tiff(Page(0, 5, 8, offset, 8), "abcdefgh"));
     EXPECT_NE(ReadError("a.tif"), "");
     Put("a.tif", Tiff(Page(10, 10, 8, offset, 100), "abcdefgh"));
     EXPECT_NE(ReadError("a.tif"), "");
-    StReadOptions options;
-    options.mostBytes = 7;
+    const CRoomForImages room(7);
     Put("a.tif", Tiff(Page(4, 2, 8, offset, 8), "abcdefgh"));
-    EXPECT_EQ(ReadError("a.tif", options),
-              "a.tif: an image of 4x2 IMAGE_GREY_8 is too large: at most 7 bytes are allowed");
+    EXPECT_EQ(ReadError("a.tif"), "a.tif: an image of 8 bytes would take the images beyond the limit of 7 bytes (0 in "
+                                  "use): --max-memory raises the limit");
 }
 
 TEST_F(TiffFile, BelievesNoTiles) {
@@ -551,11 +553,10 @@ TEST_F(TiffFile, BelievesNoTiles) {
     Put("a.tif", Tiff(page, "abcdefghijkl"));
     EXPECT_EQ(ReadError("a.tif"), "a.tif: it claims 2147483632x16 pixels of 8-bit grey, which a file of 146 bytes "
                                   "can't hold");
-    StReadOptions options;
-    options.mostBytes = 1 << 20;
+    const CRoomForImages room(1 << 20);
     Put("a.tif", Tiff(With(page, {TIFFTAG_COMPRESSION, 3, 1, COMPRESSION_LZMA}), "abcdefghijkl"));
-    EXPECT_EQ(ReadError("a.tif", options),
-              "a.tif: a tile of 2147483632x16 is too large: at most 1048576 bytes are allowed");
+    EXPECT_EQ(ReadError("a.tif"), "a.tif: a tile of 2147483632x16 has 34359738112 bytes, more than the 1048576 that "
+                                  "images may take: --max-memory raises the limit");
 }
 
 TEST_F(TiffFile, ChainsOfPagesMustEnd) {

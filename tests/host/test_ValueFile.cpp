@@ -1,36 +1,20 @@
 #include "FileTest.h"
 
 #include "OutputFile.h"
+#include "SmallDisk.h"
 
+#include <array>
 #include <csignal>
-#include <sys/resource.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <utility>
 
 namespace vessa::test {
 namespace {
 
 using ValueFile = FileTest;
 namespace fs = std::filesystem;
-
-/// A limit for the size of files, as a full disk has it, while it lives.
-class CSmallDisk {
-public:
-    explicit CSmallDisk(rlim_t bytes) : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {
-        ::getrlimit(RLIMIT_FSIZE, &m_limit);
-        const rlimit limit{bytes, m_limit.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    CSmallDisk(const CSmallDisk&) = delete;
-    CSmallDisk& operator=(const CSmallDisk&) = delete;
-    ~CSmallDisk() {
-        ::setrlimit(RLIMIT_FSIZE, &m_limit);
-        std::signal(SIGXFSZ, m_handler);
-    }
-
-private:
-    rlimit m_limit{};
-    void (*m_handler)(int);
-};
 
 mode_t ModeOf(const std::string& path) {
     struct stat status {};
@@ -52,10 +36,16 @@ TEST_F(ValueFile, KnowsTheTypesByName) {
 }
 
 TEST_F(ValueFile, KnowsTheFormatsByTheEnding) {
-    for (const char* name : {"a.png", "a.PNG", "a.tif", "a.tiff", "b/a.Tiff", "a.npy", "a.json", "a.b.json"}) {
+    const std::vector<std::pair<const char*, EnFormat>> known{
+        {"a.png", EnFormat::Png},   {"a.PNG", EnFormat::Png},     {"a.tif", EnFormat::Tiff},
+        {"a.tiff", EnFormat::Tiff}, {"b/a.Tiff", EnFormat::Tiff}, {"a.npy", EnFormat::Npy},
+        {"a.json", EnFormat::Json}, {"a.b.json", EnFormat::Json}};
+    for (const auto& [name, format] : known) {
+        EXPECT_EQ(FormatOf(name), format) << name;
         EXPECT_TRUE(IsKnownFormat(name)) << name;
     }
-    for (const char* name : {"", "a", "png", "a.jpg", "a.png ", "a.png/b", "a.npz"}) {
+    for (const char* name : {"", "a", "png", "a.jpg", "a.png ", "a.png/b", "a.npz", "-"}) {
+        EXPECT_EQ(FormatOf(name), std::nullopt) << name;
         EXPECT_FALSE(IsKnownFormat(name)) << name;
     }
     const std::string error = ": the name's ending tells no known format: .png, .tif, .tiff and .npy are images, .json "
@@ -63,6 +53,30 @@ TEST_F(ValueFile, KnowsTheFormatsByTheEnding) {
     Put("a.jpg", "x");
     EXPECT_EQ(ReadError("a.jpg"), "a.jpg" + error);
     EXPECT_EQ(WriteError("a", *SmallImage()), "a" + error);
+}
+
+TEST_F(ValueFile, KnowsTheFormatsByName) {
+    EXPECT_EQ(FormatNames(), (std::vector<std::string>{"png", "tiff", "npy", "json"}));
+    EXPECT_EQ(FormatByName("png"), EnFormat::Png);
+    EXPECT_EQ(FormatByName("tiff"), EnFormat::Tiff);
+    EXPECT_EQ(FormatByName("npy"), EnFormat::Npy);
+    EXPECT_EQ(FormatByName("json"), EnFormat::Json);
+    for (const char* name : {"", "PNG", "tif", ".png"}) {
+        EXPECT_EQ(FormatByName(name), std::nullopt) << name;
+    }
+}
+
+TEST_F(ValueFile, OnlyTheEndingTellsTheFormatOfAFile) {
+    const ImagePtr image = SmallImage();
+    const QUOR::CValuePointer<CImage> value(image.get());
+    try {
+        StageValue(Path("a.png"), value, {.format = EnFormat::Png});
+        ADD_FAILURE();
+    } catch (const CFileError& failure) {
+        EXPECT_EQ(failure.Message(), Path("a.png") + ": the name's ending tells the format: another one can be chosen "
+                                                     "for standard output only");
+    }
+    EXPECT_TRUE(Names().empty());
 }
 
 TEST_F(ValueFile, ReadsImagesAsOwnedPointers) {
@@ -73,15 +87,16 @@ TEST_F(ValueFile, ReadsImagesAsOwnedPointers) {
 }
 
 TEST_F(ValueFile, EachKindOfValueHasItsFormats) {
+    std::size_t index = 0;
     for (const std::string& name : kImageNames) {
-        const std::string ending = " can't be written to a " + name.substr(1) + " file: an image can";
+        const std::string ending = " can't be written as " + FormatNames()[index++] + ": an image can";
         EXPECT_EQ(WriteError(name, CValueMap()), name + ": a map" + ending);
         EXPECT_EQ(WriteError(name, QUOR::CValueVector()), name + ": a vector" + ending);
         EXPECT_EQ(WriteError(name, QUOR::CValueOwnedPointer<CImage>()), name + ": a pointer without an image" + ending);
         EXPECT_EQ(WriteError(name, QUOR::CValueOwnedPointer<int>(new int(3))),
                   name + ": a pointer without an image" + ending);
     }
-    EXPECT_EQ(WriteError("a.json", *SmallImage()), "a.json: an image can't be written to a .json file: a map can");
+    EXPECT_EQ(WriteError("a.json", *SmallImage()), "a.json: an image can't be written as json: a map can");
     EXPECT_TRUE(Names().empty());
 }
 
@@ -151,10 +166,67 @@ TEST_F(ValueFile, AnUncommittedFileVanishes) {
     {
         COutputFile file(Path("a.npy"));
         EXPECT_TRUE(file.Append("abc", 3));
-        EXPECT_EQ(Names().size(), 1U);
         EXPECT_FALSE(Names().contains("a.npy"));
     }
     EXPECT_TRUE(Names().empty());
+}
+
+TEST_F(ValueFile, StagedValuesAppearWhenTheyAreCommitted) {
+    Put("b.json", "what was there");
+    std::vector<std::unique_ptr<COutputFile>> staged;
+    {
+        const ImagePtr image = SmallImage();
+        staged.push_back(StageValue(Path("a.png"), QUOR::CValuePointer<CImage>(image.get())));
+        staged.push_back(StageValue(Path("b.json"), CValueMap()));
+        staged.push_back(StageValue(Path("c.npy"), QUOR::CValuePointer<CImage>(image.get())));
+    } // the images aren't needed any more
+    EXPECT_EQ(Get("b.json"), "what was there");
+    EXPECT_FALSE(Names().contains("a.png"));
+    staged[0]->Commit();
+    staged[1]->Commit();
+    staged.clear();
+    EXPECT_EQ(Names(), (std::set<std::string>{"a.png", "b.json"}));
+    EXPECT_TRUE(SameImage(*SmallImage(), *Read("a.png")));
+    EXPECT_EQ(Get("b.json"), "{}\n");
+}
+
+TEST_F(ValueFile, WhatCantBeWrittenFailsBeforeItIsCommitted) {
+    std::mt19937 random(1);
+    const ImagePtr large = RandomImage(QUOR::IMAGE_GREY_8, CSize(300, 300), random);
+    CValueMap map;
+    map.SetEntry("a", new QUOR::CValueString(CString(std::string(50000, 'x'))));
+    const CSmallDisk disk(20000);
+    for (const std::string& name : kImageNames) {
+        EXPECT_THROW(StageValue(Path(name), QUOR::CValuePointer<CImage>(large.get())), CFileError) << name;
+    }
+    EXPECT_THROW(StageValue(Path("a.json"), map), CFileError);
+    EXPECT_TRUE(Names().empty());
+}
+
+TEST_F(ValueFile, AKilledProcessLeavesNoFile) {
+    std::array<int, 2> ready{};
+    ASSERT_EQ(::pipe(ready.data()), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const ImagePtr image = SmallImage();
+        const auto staged = StageValue(Path("a.tif"), QUOR::CValuePointer<CImage>(image.get()));
+        const bool told = staged != nullptr && ::write(ready[1], "x", 1) == 1;
+        ::pause();
+        ::_exit(told ? 0 : 1);
+    }
+    ::close(ready[1]);
+    char byte = 0;
+    EXPECT_EQ(::read(ready[0], &byte, 1), 1);
+    ::close(ready[0]);
+    EXPECT_EQ(::kill(child, SIGKILL), 0);
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    // Where the file system has no files without a name, one of another name stays.
+    const int unnamed = ::open(Path("").c_str(), O_TMPFILE | O_RDWR, 0600);
+    EXPECT_EQ(Names().size(), unnamed >= 0 ? 0U : 1U);
+    EXPECT_FALSE(Names().contains("a.tif"));
+    ::close(unnamed);
 }
 
 TEST_F(ValueFile, SeveralFilesAreWrittenAtOnce) {

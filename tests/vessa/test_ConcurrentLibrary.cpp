@@ -1,6 +1,8 @@
+#include "MemoryLimit.h"
 #include "NodeTest.h"
 #include "Threads.h"
 
+#include <array>
 #include <atomic>
 
 namespace QUOR::test {
@@ -34,6 +36,30 @@ TEST(ConcurrentLibrary, BuffersNeverShareABlock) {
     });
     EXPECT_EQ(clashes, 0);
     CBuffer::ReleaseKept();
+}
+
+TEST(ConcurrentLibrary, BuffersNeverPassTheMemoryLimitTogether) {
+    constexpr std::size_t bytes = 1000;
+    std::atomic<std::size_t> live = 0; // after the fact and so never more than the library's own count
+    std::atomic<int> refused = 0;
+    std::atomic<bool> passed = false;
+    const CRoomForImages room(5 * bytes + 999); // threads by buffers would need 12 of them
+    InThreads([&](int /*number*/) {
+        for (int round = 0; round < 5000; ++round) {
+            try {
+                const std::array<CBuffer, 3> buffers{CBuffer(bytes), CBuffer(bytes), CBuffer(bytes)};
+                passed = passed || live.fetch_add(3) + 3 > 5 || ImageMemoryInUse() > ImageMemoryLimit();
+                std::this_thread::yield();
+                live -= 3;
+            } catch (const CImageMemoryLimit&) {
+                ++refused;
+            }
+        }
+    });
+    EXPECT_FALSE(passed);
+    EXPECT_GT(refused, 0);
+    EXPECT_EQ(ImageMemoryInUse(), 0U);
+    const CBuffer all(5 * bytes + 999); // everything is free again
 }
 
 TEST(ConcurrentLibrary, ValuesOfEachThreadAreItsOwn) {

@@ -172,9 +172,6 @@ void* AllocateBlock(std::size_t bytes) {
 }
 
 void FreeBlock(void* block, std::size_t bytes) noexcept {
-    if (block == nullptr) {
-        return;
-    }
     if (bytes < kHugePage) {
         ::operator delete(block, std::align_val_t(CBuffer::kAlignment));
     } else {

@@ -3,12 +3,61 @@
 #include "BlockCache.h"
 #include "base/Exception.h"
 
+#include <atomic>
+#include <cstdio>
 #include <cstring>
 #include <utility>
 
 namespace QUOR {
 
-CBuffer::CBuffer(std::size_t bytes) : m_data(bytes == 0 ? nullptr : AllocateBlock(bytes)), m_size(bytes) {}
+namespace {
+
+std::atomic<std::size_t> memoryLimit = kNoImageMemoryLimit;
+std::atomic<std::size_t> memoryInUse = 0;
+
+/// Counts the bytes if the limit leaves room for them. Several threads never pass the limit together.
+void Count(std::size_t bytes) {
+    std::size_t inUse = memoryInUse.load(std::memory_order_relaxed);
+    do {
+        const std::size_t limit = memoryLimit.load(std::memory_order_relaxed);
+        if (inUse > limit || bytes > limit - inUse) {
+            throw CImageMemoryLimit(bytes, inUse, limit);
+        }
+    } while (!memoryInUse.compare_exchange_weak(inUse, inUse + bytes, std::memory_order_relaxed));
+}
+
+void Uncount(std::size_t bytes) noexcept { memoryInUse.fetch_sub(bytes, std::memory_order_relaxed); }
+
+void* NewBlock(std::size_t bytes) {
+    if (bytes == 0) {
+        return nullptr;
+    }
+    Count(bytes);
+    try {
+        return AllocateBlock(bytes);
+    } catch (const std::bad_alloc&) {
+        Uncount(bytes);
+        throw;
+    }
+}
+
+} // namespace
+
+void SetImageMemoryLimit(std::size_t bytes) { memoryLimit.store(bytes, std::memory_order_relaxed); }
+
+std::size_t ImageMemoryLimit() { return memoryLimit.load(std::memory_order_relaxed); }
+
+std::size_t ImageMemoryInUse() { return memoryInUse.load(std::memory_order_relaxed); }
+
+CImageMemoryLimit::CImageMemoryLimit(std::size_t bytes, std::size_t inUse, std::size_t limit) noexcept {
+    std::snprintf(m_what.data(), m_what.size(),
+                  "an image of %zu bytes would take the images beyond the limit of %zu bytes (%zu in use)", bytes,
+                  limit, inUse);
+}
+
+const char* CImageMemoryLimit::what() const noexcept { return m_what.data(); }
+
+CBuffer::CBuffer(std::size_t bytes) : m_data(NewBlock(bytes)), m_size(bytes) {}
 
 CBuffer::CBuffer(const CBuffer& other) : CBuffer(other.m_size) {
     if (m_size != 0) {
@@ -32,7 +81,12 @@ CBuffer& CBuffer::operator=(CBuffer&& other) noexcept {
     return *this;
 }
 
-CBuffer::~CBuffer() { FreeBlock(m_data, m_size); }
+CBuffer::~CBuffer() {
+    if (m_data != nullptr) {
+        FreeBlock(m_data, m_size);
+        Uncount(m_size);
+    }
+}
 
 void CBuffer::Copy(const CBuffer& source) {
     if (source.m_size != m_size) {

@@ -1,0 +1,178 @@
+#include "Graph.h"
+
+#include "Errors.h"
+
+#include <algorithm>
+#include <set>
+
+namespace vessa {
+
+namespace {
+
+/// The input that gives a value; the end if none does.
+std::vector<StGraphInput>::const_iterator InputOf(const StGraph& graph, std::size_t value) {
+    return std::find_if(graph.inputs.begin(), graph.inputs.end(),
+                        [&](const StGraphInput& input) { return input.value == value; });
+}
+
+/// Walks from node to node against the wires, depth first, and lists each node behind those that it takes values of.
+class CNodeOrder {
+public:
+    explicit CNodeOrder(const StGraph& graph) : m_graph(graph), m_states(graph.nodes.size(), EnState::New) {
+        m_producers.resize(graph.values, kNone);
+        for (std::size_t node = 0; node < graph.nodes.size(); ++node) {
+            const std::size_t first = graph.nodes[node].firstOutput;
+            std::fill_n(m_producers.begin() + static_cast<std::ptrdiff_t>(first),
+                        graph.nodes[node].description->outputs.size(), node);
+        }
+        for (std::size_t node = 0; node < graph.nodes.size(); ++node) {
+            Visit(node);
+        }
+    }
+
+    const std::vector<std::size_t>& Order() const { return m_order; }
+
+private:
+    static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+    enum class EnState { New, Open, Done };
+    /// A node on the way from the first one, with the number of its input that is next.
+    struct StStep {
+        std::size_t node;
+        std::size_t input = 0;
+    };
+
+    /// The way is kept in a list, since a long graph would exhaust the stack.
+    void Visit(std::size_t start) {
+        if (m_states[start] == EnState::Done) {
+            return;
+        }
+        Enter(start);
+        while (!m_way.empty()) {
+            StStep& step = m_way.back();
+            const auto& inputs = m_graph.nodes[step.node].inputs;
+            if (step.input == inputs.size()) {
+                m_states[step.node] = EnState::Done;
+                m_order.push_back(step.node);
+                m_way.pop_back();
+                continue;
+            }
+            const auto& value = inputs[step.input++];
+            const std::size_t producer = value ? m_producers[*value] : kNone;
+            if (producer != kNone && m_states[producer] != EnState::Done) {
+                Enter(producer);
+            }
+        }
+    }
+
+    void Enter(std::size_t node) {
+        if (m_states[node] == EnState::Open) {
+            RaiseCycle(node);
+        }
+        m_states[node] = EnState::Open;
+        m_way.push_back({node});
+    }
+
+    [[noreturn]] void RaiseCycle(std::size_t node) const {
+        std::string names = m_graph.nodes[node].name;
+        for (auto step = m_way.rbegin(); step->node != node; ++step) {
+            names += " -> " + m_graph.nodes[step->node].name;
+        }
+        throw CUseError("the nodes' wires form a cycle: " + names + " -> " + m_graph.nodes[node].name);
+    }
+
+    const StGraph& m_graph;
+    std::vector<std::size_t> m_producers;
+    std::vector<EnState> m_states;
+    std::vector<StStep> m_way;
+    std::vector<std::size_t> m_order;
+};
+
+/// Checks that a value can be written to a file.
+void CheckOutput(const StGraph& graph, const StGraphFiles& files, std::size_t value, const std::string& file,
+                 const StWriteOptions& options) {
+    if (const auto isMap = IsMap(graph, value)) {
+        CheckOutputFile(file, *isMap, options);
+        return;
+    }
+    CheckInputFile(file); // what an input's file holds is told once it is read
+    const auto index = static_cast<std::size_t>(InputOf(graph, value) - graph.inputs.begin());
+    if (files.inputs[index].file.empty()) {
+        throw CUseError(file + ": the output takes the input '" + graph.inputs[index].name + "', which has no file");
+    }
+}
+
+} // namespace
+
+std::size_t StGraph::AddInput(const std::string& name, const StInputFile& file) {
+    inputs.push_back({name, values, file});
+    return values++;
+}
+
+StGraphNode& StGraph::AddNode(StGraphNode node) {
+    node.firstOutput = values;
+    values += node.description->outputs.size();
+    nodes.push_back(std::move(node));
+    return nodes.back();
+}
+
+StGraphFiles OwnFiles(const StGraph& graph) {
+    StGraphFiles files;
+    for (const StGraphInput& input : graph.inputs) {
+        files.inputs.push_back(input.file);
+    }
+    for (const StGraphOutput& output : graph.outputs) {
+        files.outputs.push_back(output.file);
+    }
+    return files;
+}
+
+const StGraphNode* Producer(const StGraph& graph, std::size_t value) {
+    const auto found = std::find_if(graph.nodes.begin(), graph.nodes.end(), [&](const StGraphNode& node) {
+        return value >= node.firstOutput && value < node.firstOutput + node.description->outputs.size();
+    });
+    return found == graph.nodes.end() ? nullptr : &*found;
+}
+
+std::string ValueName(const StGraph& graph, std::size_t value) {
+    const StGraphNode* node = Producer(graph, value);
+    if (node == nullptr) {
+        return InputOf(graph, value)->name;
+    }
+    std::string name = node->name;
+    if (node->description->outputs.size() > 1) {
+        name.append(".").append(std::to_string(value - node->firstOutput));
+    }
+    return name;
+}
+
+std::optional<bool> IsMap(const StGraph& graph, std::size_t value) {
+    const StGraphNode* node = Producer(graph, value);
+    return node == nullptr ? std::nullopt : std::optional(node->description->outputs[value - node->firstOutput].isMap);
+}
+
+void SortNodes(StGraph& graph) {
+    const CNodeOrder order(graph);
+    std::vector<StGraphNode> sorted;
+    for (const std::size_t node : order.Order()) {
+        sorted.push_back(std::move(graph.nodes[node]));
+    }
+    graph.nodes = std::move(sorted);
+}
+
+void CheckFiles(const StGraph& graph, const StGraphFiles& files, const StWriteOptions& options) {
+    for (const StInputFile& input : files.inputs) {
+        CheckInputFile(input.file);
+    }
+    std::set<std::string> written;
+    for (std::size_t index = 0; index < files.outputs.size(); ++index) {
+        const std::string& file = files.outputs[index];
+        if (!file.empty()) {
+            CheckOutput(graph, files, graph.outputs[index].value, file, options);
+            if (!written.insert(file).second) {
+                throw CUseError(file + ": two outputs can't go to one file");
+            }
+        }
+    }
+}
+
+} // namespace vessa

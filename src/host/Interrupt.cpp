@@ -1,0 +1,32 @@
+#include "Interrupt.h"
+
+namespace vessa {
+
+namespace {
+
+std::atomic<int> s_signal{0};
+static_assert(std::atomic<int>::is_always_lock_free, "a signal's handler may set it");
+
+void Take(int signal) { s_signal = signal; }
+
+} // namespace
+
+CInterruptGuard::CInterruptGuard() {
+    s_signal = 0;
+    struct sigaction action {};
+    action.sa_handler = &Take;
+    action.sa_flags = static_cast<int>(SA_RESETHAND); // the second one ends the program
+    for (std::size_t index = 0; index < kSignals.size(); ++index) {
+        ::sigaction(kSignals[index], &action, &m_before[index]);
+    }
+}
+
+CInterruptGuard::~CInterruptGuard() {
+    for (std::size_t index = 0; index < kSignals.size(); ++index) {
+        ::sigaction(kSignals[index], &m_before[index], nullptr);
+    }
+}
+
+const std::atomic<int>& CInterruptGuard::Signal() { return s_signal; }
+
+} // namespace vessa
