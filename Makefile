@@ -2,7 +2,7 @@
 
 SOURCES = $(shell find include src tests bench examples -name '*.h' -o -name '*.cpp' 2>/dev/null)
 
-.PHONY: help demo test asan tsan clang coverage check-format format tidy clean
+.PHONY: help demo test asan tsan clang coverage check-format format tidy package clean
 
 help:
 	@echo "make demo          build the programs and mirror a sample picture"
@@ -13,6 +13,7 @@ help:
 	@echo "make coverage      the tests, then a report on the lines they reach"
 	@echo "make check-format  tell which files clang-format would change; make format changes them"
 	@echo "make tidy          clang-tidy over everything, or over FILES='regular expressions'"
+	@echo "make package       build the Debian package build/vessa_VERSION_ARCHITECTURE.deb"
 	@echo "make clean         remove what was built"
 
 demo:
@@ -22,25 +23,25 @@ demo:
 	@scripts/demo.sh build
 
 test:
-	@scripts/install_packages.sh build
+	@scripts/install_packages.sh build tests
 	@cmake --preset release -DVESSA_TESTS=ON
 	@cmake --build --preset release
 	@ctest --preset release
 
 asan tsan:
-	@scripts/install_packages.sh build
+	@scripts/install_packages.sh build tests
 	@cmake --preset $@
 	@cmake --build --preset $@
 	@ctest --preset $@
 
 clang:
-	@scripts/install_packages.sh build checks
+	@scripts/install_packages.sh build tests checks
 	@cmake --preset release-clang
 	@cmake --build --preset release-clang
 	@ctest --preset release-clang
 
 coverage:
-	@scripts/install_packages.sh build coverage
+	@scripts/install_packages.sh build tests coverage
 	@cmake --preset coverage
 	@cmake --build --preset coverage
 	@find build-coverage -name '*.gcda' -delete
@@ -62,6 +63,11 @@ tidy:
 	@scripts/install_packages.sh build checks
 	@cmake --preset release-clang
 	@run-clang-tidy -quiet -p build-clang $(FILES)
+
+package:
+	@scripts/install_packages.sh build package
+	@cmake --preset release -DVESSA_TESTS=OFF
+	@cmake --build --preset release --target package
 
 clean:
 	rm -rf build build-debug build-asan build-tsan build-coverage build-clang

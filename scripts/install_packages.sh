@@ -2,10 +2,12 @@
 # Installs the Debian packages that are missing, as root or through sudo where that asks for no password.
 # Without anything missing it calls no package manager, so that every user can run it.
 #
-#     scripts/install_packages.sh [build] [checks] [coverage]      without a word: build
+#     scripts/install_packages.sh [build] [tests] [checks] [coverage] [package]      without a word: build
 set -eu
 
 packages_build="cmake g++ libcli11-dev libgtest-dev libpng-dev libtiff-dev make ninja-build nlohmann-json3-dev"
+packages_tests="bash-completion dpkg-dev fish man-db pkg-config zsh"
+packages_package="dpkg-dev"
 packages_checks="clang clang-format clang-tidy libclang-rt-14-dev"
 packages_coverage="gcovr"
 
@@ -17,10 +19,12 @@ missing=""
 for group in "${@:-build}"; do
     case $group in
     build) packages=$packages_build ;;
+    tests) packages=$packages_tests ;;
     checks) packages=$packages_checks ;;
     coverage) packages=$packages_coverage ;;
+    package) packages=$packages_package ;;
     *)
-        echo "$0: unknown group '$group': allowed are build, checks and coverage" >&2
+        echo "$0: unknown group '$group': allowed are build, tests, checks, coverage and package" >&2
         exit 2
         ;;
     esac

@@ -216,6 +216,14 @@ const std::vector<std::string>& FormatNames() {
     return names;
 }
 
+std::vector<std::string> KnownEndings() {
+    std::vector<std::string> endings;
+    for (const auto& [ending, format] : kEndings) {
+        endings.emplace_back(ending.substr(1));
+    }
+    return endings;
+}
+
 std::optional<EnFormat> FormatOf(const std::string& file) {
     const auto* found = std::find_if(kEndings.begin(), kEndings.end(),
                                      [&](const auto& ending) { return EndsWith(file, ending.first); });

@@ -35,6 +35,8 @@ enum class EnFormat { Png, Tiff, Npy, Json };
 std::optional<EnFormat> FormatByName(const std::string& name);
 /// The names of all formats.
 const std::vector<std::string>& FormatNames();
+/// The endings of all formats' files, without their dots.
+std::vector<std::string> KnownEndings();
 /// The format that the file name's ending tells, in letters of either case; nothing for an unknown ending and for "-".
 std::optional<EnFormat> FormatOf(const std::string& file);
 /// True if the file name's ending is one of a format that `WriteValue` writes.
