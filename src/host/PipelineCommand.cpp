@@ -55,7 +55,7 @@ void AddPipelineOptions(CArgumentParser& parser, StPipelineArguments& said) {
         ->type_name("NAME=FILE");
     app.add_option("-j,--jobs", said.workers, "Files that are worked on at a time")
         ->type_name("NUMBER")
-        ->check(CLI::Range(1U, mostWorkers))
+        ->check(CLI::Range(1U, mostWorkers).description(""))
         ->take_last();
     app.add_flag("--resume", said.resume, "Pass over files whose outputs are there and newer");
     app.add_flag("--stop-on-error", said.stopOnError, "Begin no further file once one has failed");

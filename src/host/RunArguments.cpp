@@ -31,7 +31,7 @@ void AddRunOptions(CArgumentParser& parser, StRunArguments& said) {
     });
     app.add_option("--png-level", said.pngLevel, "Compression of PNG files, 0 (fast) to 9 (small)")
         ->type_name("NUMBER")
-        ->check(CLI::Range(0, 9))
+        ->check(CLI::Range(0, 9).description(""))
         ->take_last();
     app.add_option("--max-memory", said.maxMemory, "Most memory that all images together may take, as in 512M or 4G")
         ->type_name("SIZE")
