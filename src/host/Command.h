@@ -2,6 +2,7 @@
 
 #include "Errors.h"
 #include "Places.h"
+#include "Text.h"
 
 #include <CLI/CLI.hpp>
 #include <cstddef>
@@ -18,6 +19,9 @@ struct StContext {
     std::ostream& err; ///< all else
     std::size_t width; ///< letters in a line of text for people
     StPlaces places;
+    bool colours = false; ///< `out` is a terminal that shows bold letters and colours
+
+    StTextStyle Style() const { return {width, colours}; }
 };
 
 using Arguments = std::vector<std::string>;

@@ -97,14 +97,14 @@ void PlaceParameters(const StNodeDescription& node, const std::vector<CLI::Optio
 /// Reads the arguments of one node's run, checks them and runs it, or shows the node's help.
 void RunNamed(const StContext& context, const std::string& name, QUOR::CPNode& node, const Arguments& arguments) {
     const StNodeDescription description = Describe(name, node);
-    CArgumentParser parser("vessa run " + name, description.brief);
+    CArgumentParser parser("vessa run " + name, description.brief.Line());
     StRunArguments said;
     AddRunOptions(parser, said);
     const std::vector<CLI::Option*> options = AddParameterOptions(parser.App(), description);
     parser.Parse(arguments);
     if (parser.WantsHelp()) {
         context.out << HelpText(description, parser.OptionsHelp() + TypesHelp(context.width),
-                                Example(context.places, description), context.width);
+                                Example(context.places, description), context.Style());
         return;
     }
     parser.RefuseRest();
