@@ -2,12 +2,13 @@
 # Installs the Debian packages that are missing, as root or through sudo where that asks for no password.
 # Without anything missing it calls no package manager, so that every user can run it.
 #
-#     scripts/install_packages.sh [build] [checks] [coverage]      without a word: build
+#     scripts/install_packages.sh [build] [checks] [coverage] [browser]      without a word: build
 set -eu
 
-packages_build="cmake g++ libcli11-dev libgtest-dev libpng-dev libtiff-dev make ninja-build nlohmann-json3-dev"
+packages_build="cmake g++ libcli11-dev libgtest-dev libpng-dev libtiff-dev make ninja-build nlohmann-json3-dev tidy"
 packages_checks="clang clang-format clang-tidy libclang-rt-14-dev"
 packages_coverage="gcovr"
+packages_browser="chromium chromium-driver python3-selenium"
 
 is_installed() {
     [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
@@ -19,8 +20,9 @@ for group in "${@:-build}"; do
     build) packages=$packages_build ;;
     checks) packages=$packages_checks ;;
     coverage) packages=$packages_coverage ;;
+    browser) packages=$packages_browser ;;
     *)
-        echo "$0: unknown group '$group': allowed are build, checks and coverage" >&2
+        echo "$0: unknown group '$group': allowed are build, checks, coverage and browser" >&2
         exit 2
         ;;
     esac

@@ -37,6 +37,7 @@ struct StCommand {
 void ListCommand(const StContext& context, const Arguments& arguments);
 void DescribeCommand(const StContext& context, const Arguments& arguments);
 void RunCommand(const StContext& context, const Arguments& arguments);
+void DocCommand(const StContext& context, const Arguments& arguments);
 
 /// A parser without options but `--help`, which the caller handles: CLI11's own raises.
 class CArgumentParser {

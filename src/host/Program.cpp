@@ -18,6 +18,7 @@ constexpr std::array kCommands{
     StCommand{"list", "List the nodes", &ListCommand},
     StCommand{"describe", "Tell all that a node says of itself", &DescribeCommand},
     StCommand{"run", "Run a node on files", &RunCommand},
+    StCommand{"doc", "Make the documentation of all nodes as HTML", &DocCommand},
 };
 
 void WriteHelp(std::ostream& out) {

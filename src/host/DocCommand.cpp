@@ -1,0 +1,129 @@
+#include "AcceptedTypes.h"
+#include "Command.h"
+#include "DocAssets.h"
+#include "DocFrame.h"
+#include "DocPage.h"
+#include "ExampleRun.h"
+#include "Examples.h"
+#include "Modules.h"
+#include "OutputFolder.h"
+#include "Text.h"
+#include "ValueFile.h"
+
+#include <iostream>
+#include <set>
+#include <sstream>
+
+namespace vessa {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// Takes what is written to standard output, where nodes write, for as long as it lives.
+class CQuietOutput {
+public:
+    CQuietOutput() : m_before(std::cout.rdbuf(m_text.rdbuf())) {}
+    CQuietOutput(const CQuietOutput&) = delete;
+    CQuietOutput& operator=(const CQuietOutput&) = delete;
+    ~CQuietOutput() { std::cout.rdbuf(m_before); }
+
+private:
+    std::ostringstream m_text;
+    std::streambuf* m_before;
+};
+
+std::string PictureName(const std::string& file) { return EndsWith(file, ".png") ? file : file + ".png"; }
+
+/// Makes the files of the documentation.
+class CDocBuilder {
+public:
+    CDocBuilder(const StContext& context, const std::vector<std::string>& plugins, const COutputFolder& folder)
+        : m_context(context), m_plugins(plugins), m_folder(folder), m_modules(context.places, plugins, context.err) {}
+
+    void Build() {
+        const DocCatalogue catalogue = MakeCatalogue(m_context.places, m_modules.All());
+        m_folder.Write(kDocStyle, kStyleText);
+        m_folder.Write(kDocSearch, kSearchText);
+        m_folder.Write(kDocTop, TopPage(catalogue));
+        for (const StDocModule& module : catalogue) {
+            m_folder.Write(module.index, ModulePage(module));
+            for (const StDocGroup& group : module.groups) {
+                for (const StDocNode& node : group.nodes) {
+                    m_folder.Write(node.page, NodePage(catalogue, module, node, Trials(node)));
+                }
+            }
+        }
+    }
+
+private:
+    StDocTrials Trials(const StDocNode& node) {
+        StDocTrials trials;
+        for (const std::string& line : ExampleLines(m_context.places, node.description.name)) {
+            const StExampleRun run = RunExample(m_context, m_plugins, line);
+            if (trials.examples.empty()) {
+                trials.acceptedTypes = AcceptedTypes(m_modules, node.description, run.inputs.size());
+            }
+            const std::string number = std::to_string(trials.examples.size() + 1);
+            const fs::path outputs = node.page.parent_path() / ("example-" + number);
+            trials.examples.push_back({line, Shown(run.inputs, "assets"), Shown(run.outputs, outputs)});
+        }
+        return trials;
+    }
+
+    /// The files of an example; their pictures go below `folder`, where those of the samples meet their like.
+    std::vector<StDocFile> Shown(const std::vector<StExampleFile>& files, const fs::path& folder) {
+        std::vector<StDocFile> shown;
+        for (const StExampleFile& file : files) {
+            if (file.value == nullptr) {
+                continue;
+            }
+            StDocFile entry{file.name, ViewOf(*file.value), folder / PictureName(file.name)};
+            if (entry.view.picture != nullptr && m_written.insert(entry.picture).second) {
+                const QUOR::CValuePointer<QUOR::CImage> picture(entry.view.picture.get());
+                WriteValue(m_folder.Prepare(entry.picture), picture);
+            }
+            shown.push_back(std::move(entry));
+        }
+        return shown;
+    }
+
+    const StContext& m_context;
+    const std::vector<std::string>& m_plugins;
+    const COutputFolder& m_folder;
+    CModules m_modules;
+    std::set<fs::path> m_written;
+};
+
+} // namespace
+
+void DocCommand(const StContext& context, const Arguments& arguments) {
+    CArgumentParser parser("vessa doc",
+                           "Makes the documentation of all nodes as HTML. The pictures show what the nodes "
+                           "make of the samples.");
+    std::string name;
+    std::vector<std::string> plugins;
+    parser.App()
+        .add_option("DIR", name, "Folder to make: a new one, an empty one, or one made by this command before")
+        ->type_name("")
+        ->required();
+    parser.AddPluginOption(plugins);
+    parser.Parse(arguments);
+    parser.RefuseRest();
+    if (parser.WantsHelp()) {
+        context.out << parser.Help();
+        return;
+    }
+    if (name.empty()) {
+        throw CUseError("DIR: an empty text names no folder");
+    }
+    COutputFolder folder(name, "doc");
+    {
+        const CQuietOutput quiet;
+        CDocBuilder(context, plugins, folder).Build();
+    }
+    folder.Commit();
+    context.out << (fs::path(name) / "index.html").string() << '\n';
+}
+
+} // namespace vessa
