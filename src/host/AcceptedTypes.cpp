@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <exception>
 
 using namespace QUOR;
 
@@ -73,6 +74,8 @@ private:
             node.Run();
             return true;
         } catch (const CException&) {
+            return false;
+        } catch (const std::exception&) { // of a node that lets the standard library's through
             return false;
         }
     }

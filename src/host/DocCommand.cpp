@@ -65,13 +65,13 @@ private:
                 trials.acceptedTypes = AcceptedTypes(m_modules, node.description, run.inputs.size());
             }
             const std::string number = std::to_string(trials.examples.size() + 1);
-            const fs::path outputs = node.page.parent_path() / ("example-" + number);
+            const fs::path outputs = node.page.parent_path() / (node.description.name + "-example-" + number);
             trials.examples.push_back({line, Shown(run.inputs, "assets"), Shown(run.outputs, outputs)});
         }
         return trials;
     }
 
-    /// The files of an example; their pictures go below `folder`, where those of the samples meet their like.
+    /// The files of an example, with their pictures below `folder`. A sample that several pages show has one picture.
     std::vector<StDocFile> Shown(const std::vector<StExampleFile>& files, const fs::path& folder) {
         std::vector<StDocFile> shown;
         for (const StExampleFile& file : files) {

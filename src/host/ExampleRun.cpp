@@ -7,6 +7,7 @@
 #include "ValueFile.h"
 
 #include <sstream>
+#include <string_view>
 
 namespace vessa {
 
@@ -36,31 +37,38 @@ void RunLine(const StContext& context, const std::string& line, const Arguments&
     }
 }
 
-} // namespace
-
-StExampleRun RunExample(const StContext& context, const std::vector<std::string>& plugins, const std::string& line) {
-    const std::string samples = "samples/";
-    const CInterimFolder folder(fs::temp_directory_path());
-    const std::vector<std::string> words = Words(line);
+/// An example's arguments as they reach the samples and the folder for the outputs.
+Arguments Placed(const StPlaces& places, const fs::path& outputs, const std::vector<std::string>& words) {
+    constexpr std::string_view samples = "samples/";
     Arguments arguments;
     for (std::size_t index = 1; index < words.size(); ++index) { // behind the program's name
         const std::string& word = words[index];
-        const bool isOutput = words[index - 1] == "-o" && !ParseOutput(word).empty();
-        arguments.push_back(isOutput ? (folder.Path() / word).string()
-                            : word.starts_with(samples)
-                                ? (context.places.samples / word.substr(samples.size())).string()
-                                : word);
+        if (words[index - 1] == "-o" && !ParseOutput(word).empty()) {
+            arguments.push_back((outputs / word).string());
+        } else if (word.starts_with(samples)) {
+            arguments.push_back((places.samples / word.substr(samples.size())).string());
+        } else {
+            arguments.push_back(word);
+        }
     }
+    return arguments;
+}
+
+} // namespace
+
+StExampleRun RunExample(const StContext& context, const std::vector<std::string>& plugins, const std::string& line) {
+    const CInterimFolder outputs(fs::temp_directory_path());
+    const std::vector<std::string> words = Words(line);
+    Arguments arguments = Placed(context.places, outputs.Path(), words);
     for (const std::string& plugin : plugins) {
         arguments.insert(arguments.end(), {"--plugin", plugin});
     }
     RunLine(context, line, arguments);
     StExampleRun run{line, {}, {}};
     for (std::size_t index = 1; index < words.size(); ++index) {
-        const std::string& option = words[index - 1];
-        if (option == "-i") {
+        if (words[index - 1] == "-i") {
             run.inputs.push_back(FileOf(words[index], arguments[index - 1]));
-        } else if (option == "-o") {
+        } else if (words[index - 1] == "-o") {
             run.outputs.push_back(FileOf(words[index], arguments[index - 1]));
         }
     }

@@ -137,6 +137,9 @@ class Docs(unittest.TestCase):
         query.send_keys("label color map")
         self.assertEqual(self.results(), ["LabelToColor"])
         query.clear()
+        query.send_keys("join append")  # the kind of work and a name
+        self.assertEqual(self.results(), ["Append"])
+        query.clear()
         query.send_keys("nosuchword")
         self.assertEqual(self.results(), [])
         self.assertEqual(self.browser.find_element(By.ID, "count").text, "0 nodes found")

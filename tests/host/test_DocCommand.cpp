@@ -107,7 +107,7 @@ TEST_F(DocCommand, EveryNodeHasPicturesOfBeforeAndAfter) {
         const std::size_t after = page.find("<h3>After</h3>");
         ASSERT_NE(after, std::string::npos) << node.name;
         EXPECT_TRUE(Has(page.substr(before, after - before), "<img src=\"../../../../assets/samples/")) << node.name;
-        EXPECT_TRUE(Has(page.substr(after), "<img src=\"example-1/")) << node.name;
+        EXPECT_TRUE(Has(page.substr(after), "<img src=\"" + node.name + "-example-1/")) << node.name;
     }
 }
 
@@ -132,7 +132,7 @@ TEST_F(DocCommand, PicturesHaveTheirSizeAndAText) {
 }
 
 TEST_F(DocCommand, APictureIsWhatTheCommandMakes) {
-    const auto value = ReadValue((Root() / kPages / "PFlip/example-1/flipped.png").string(), {});
+    const auto value = ReadValue((Root() / kPages / "PFlip/Flip-example-1/flipped.png").string(), {});
     const auto sample = ReadValue(SAMPLES_DIRECTORY "/particles.png", {});
     const auto& after = *QUOR::UnwrapPointer<QUOR::CImage>(value.get());
     const auto& before = *QUOR::UnwrapPointer<QUOR::CImage>(sample.get());

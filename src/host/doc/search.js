@@ -15,7 +15,7 @@
     item,
     name: item.dataset.name.toLowerCase(),
     keywords: item.dataset.keywords.toLowerCase(),
-    text: item.textContent.toLowerCase(),
+    text: (item.textContent + " " + item.closest("section").firstElementChild.textContent).toLowerCase(), // and its kind
   }));
 
   const scoreOfWord = (node, word) => {
