@@ -15,9 +15,9 @@ namespace vessa {
 
 /// Where a command writes, and what it finds around it.
 struct StContext {
-    std::ostream& out; ///< results
-    std::ostream& err; ///< all else
-    std::size_t width; ///< letters in a line of text for people
+    std::ostream& out;      ///< results
+    std::ostream& err;      ///< all else
+    std::size_t width = 80; ///< letters in a line of text for people
     StPlaces places;
     bool colours = false; ///< `out` is a terminal that shows bold letters and colours
 

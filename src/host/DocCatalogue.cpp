@@ -36,7 +36,7 @@ std::vector<StKind> ReadKinds(const StPlaces& places) {
 fs::path PageOf(const std::string& module, const StNodeDescription& node) {
     const std::string folder = "%QUORDIR%/doc/";
     if (node.page.starts_with(folder)) {
-        const fs::path page = fs::path(node.page.substr(folder.size())).lexically_normal();
+        fs::path page = fs::path(node.page.substr(folder.size())).lexically_normal();
         if (page.is_relative() && page.has_filename() && *page.begin() != "..") {
             return page;
         }

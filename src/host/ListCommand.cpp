@@ -32,7 +32,8 @@ void WriteText(std::ostream& out, const std::vector<CModules::StModule>& modules
         }
         out << (&module == &modules.front() ? "" : "\n") << module.name << ":\n";
         for (const StNodeDescription& node : module.nodes) {
-            out << "  " << std::left << std::setw(static_cast<int>(widest)) << node.name << "  " << node.brief.Line() << '\n';
+            out << "  " << std::left << std::setw(static_cast<int>(widest)) << node.name << "  " << node.brief.Line()
+                << '\n';
         }
     }
 }

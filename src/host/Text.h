@@ -28,8 +28,8 @@ std::string OneLine(std::string_view text);
 
 /// How texts for people are shown.
 struct StTextStyle {
-    std::size_t width;     ///< letters in a line
-    bool coloured = false; ///< on a terminal that shows bold letters and colours
+    std::size_t width = 80; ///< letters in a line
+    bool coloured = false;  ///< on a terminal that shows bold letters and colours
 };
 
 /// The text in lines of at most `width` letters, each with `indent` blanks before it and a line end behind. Paragraphs

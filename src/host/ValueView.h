@@ -18,7 +18,8 @@ struct StValueView {
 };
 
 /// The view of an image or a map. Binary images become black and white. Wider elements are scaled to black and white
-/// by their range, or get a colour for each value where they are labels. The slices of a volume stand side by side, lines become strips, and what is small is enlarged.
+/// by their range, or get a colour for each value where they are labels. The slices of a volume stand side by side,
+/// lines become strips, and what is small is enlarged.
 StValueView ViewOf(const QUOR::CValue& value);
 
 } // namespace vessa
