@@ -2,11 +2,13 @@
 
 SOURCES = $(shell find include src tests bench examples -name '*.h' -o -name '*.cpp' 2>/dev/null)
 
-.PHONY: help demo test asan tsan clang coverage check-format format tidy package clean
+.PHONY: help demo docs test check-docs asan tsan clang coverage check-format format tidy package clean
 
 help:
 	@echo "make demo          build the programs and mirror a sample picture"
+	@echo "make docs          the documentation: build/doc/index.html"
 	@echo "make test          build everything and run every test"
+	@echo "make check-docs    the tests of the documentation in a browser"
 	@echo "make asan          the tests under the address and undefined-behaviour sanitizers"
 	@echo "make tsan          the tests with several threads under the thread sanitizer"
 	@echo "make clang         the tests, compiled by Clang"
@@ -22,11 +24,22 @@ demo:
 	@cmake --build --preset release --target vessa manipulation
 	@scripts/demo.sh build
 
+docs:
+	@scripts/install_packages.sh build
+	@cmake --preset release
+	@cmake --build --preset release --target docs
+
 test:
 	@scripts/install_packages.sh build tests
-	@cmake --preset release -DVESSA_TESTS=ON
+	@cmake --preset release -DVESSA_TESTS=ON -DVESSA_BROWSER_TESTS=OFF
 	@cmake --build --preset release
 	@ctest --preset release
+
+check-docs:
+	@scripts/install_packages.sh build browser
+	@cmake --preset release -DVESSA_TESTS=ON -DVESSA_BROWSER_TESTS=ON
+	@cmake --build --preset release --target docs
+	@ctest --preset release -L browser
 
 asan tsan:
 	@scripts/install_packages.sh build tests

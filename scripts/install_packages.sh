@@ -2,14 +2,15 @@
 # Installs the Debian packages that are missing, as root or through sudo where that asks for no password.
 # Without anything missing it calls no package manager, so that every user can run it.
 #
-#     scripts/install_packages.sh [build] [tests] [checks] [coverage] [package]      without a word: build
+#     scripts/install_packages.sh [build] [tests] [checks] [coverage] [package] [browser]      without a word: build
 set -eu
 
 packages_build="cmake g++ libcli11-dev libgtest-dev libpng-dev libtiff-dev make ninja-build nlohmann-json3-dev"
-packages_tests="bash-completion dpkg-dev fish man-db pkg-config zsh"
+packages_tests="bash-completion dpkg-dev fish man-db pkg-config tidy zsh"
 packages_package="dpkg-dev"
 packages_checks="clang clang-format clang-tidy libclang-rt-14-dev"
 packages_coverage="gcovr"
+packages_browser="chromium chromium-driver python3-selenium"
 
 is_installed() {
     [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
@@ -23,8 +24,9 @@ for group in "${@:-build}"; do
     checks) packages=$packages_checks ;;
     coverage) packages=$packages_coverage ;;
     package) packages=$packages_package ;;
+    browser) packages=$packages_browser ;;
     *)
-        echo "$0: unknown group '$group': allowed are build, tests, checks, coverage and package" >&2
+        echo "$0: unknown group '$group': allowed are build, tests, checks, coverage, package and browser" >&2
         exit 2
         ;;
     esac

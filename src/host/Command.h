@@ -3,6 +3,7 @@
 #include "Completion.h"
 #include "Errors.h"
 #include "Places.h"
+#include "Text.h"
 
 #include <CLI/CLI.hpp>
 #include <cstddef>
@@ -18,11 +19,14 @@ namespace vessa {
 
 /// Where a command writes, and what it finds around it.
 struct StContext {
-    std::ostream& out; ///< results
-    std::ostream& err; ///< all else
-    std::size_t width; ///< letters in a line of text for people
+    std::ostream& out;      ///< results
+    std::ostream& err;      ///< all else
+    std::size_t width = 80; ///< letters in a line of text for people
     StPlaces places;
+    bool colours = false;       ///< `out` is a terminal that shows bold letters and colours
     bool isErrTerminal = false; ///< progress may be drawn on `err`
+
+    StTextStyle Style() const { return {width, colours}; }
 };
 
 using Arguments = std::vector<std::string>;
@@ -45,6 +49,8 @@ void RunCommand(const StContext& context, const Arguments& arguments);
 void CompleteRun(const StContext& context, const Arguments& before, CCompletion& completion);
 void PipelineCommand(const StContext& context, const Arguments& arguments);
 void CompletePipeline(const StContext& context, const Arguments& before, CCompletion& completion);
+void DocCommand(const StContext& context, const Arguments& arguments);
+void CompleteDoc(const StContext& context, const Arguments& before, CCompletion& completion);
 
 /// A parser without options but `--help`, which the caller handles: CLI11's own raises.
 class CArgumentParser {

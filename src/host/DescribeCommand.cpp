@@ -1,6 +1,7 @@
 #include "Command.h"
 #include "Modules.h"
 #include "NodeArgument.h"
+#include "NodeJson.h"
 #include "NodeText.h"
 
 #include <nlohmann/json.hpp>
@@ -41,7 +42,7 @@ void DescribeCommand(const StContext& context, const Arguments& arguments) {
         constexpr auto replace = nlohmann::ordered_json::error_handler_t::replace;
         context.out << DescriptionJson(node, module).dump(2, ' ', false, replace) << '\n';
     } else {
-        context.out << DescriptionText(node, module, context.width);
+        context.out << DescriptionText(node, module, context.Style());
     }
 }
 

@@ -138,7 +138,7 @@ private:
     std::optional<std::size_t> Wired(const StPort& port, const CValue* wire) const {
         if (wire == nullptr) {
             if (!port.optional) {
-                throw CUseError("the node needs this input (" + OneLine(port.label) + "), but nothing is wired to it");
+                throw CUseError("the node needs this input (" + port.label.Line() + "), but nothing is wired to it");
             }
             return std::nullopt;
         }

@@ -17,7 +17,7 @@ void WriteJson(std::ostream& out, const std::vector<CModules::StModule>& modules
     for (const CModules::StModule& module : modules) {
         ordered_json nodes = ordered_json::array();
         for (const StNodeDescription& node : module.nodes) {
-            nodes.push_back({{"name", node.name}, {"subType", node.subType}, {"brief", node.brief}});
+            nodes.push_back({{"name", node.name}, {"subType", node.subType}, {"brief", node.brief.Line()}});
         }
         list.push_back({{"module", module.name}, {"file", module.file}, {"nodes", std::move(nodes)}});
     }
@@ -32,7 +32,8 @@ void WriteText(std::ostream& out, const std::vector<CModules::StModule>& modules
         }
         out << (&module == &modules.front() ? "" : "\n") << module.name << ":\n";
         for (const StNodeDescription& node : module.nodes) {
-            out << "  " << std::left << std::setw(static_cast<int>(widest)) << node.name << "  " << node.brief << '\n';
+            out << "  " << std::left << std::setw(static_cast<int>(widest)) << node.name << "  " << node.brief.Line()
+                << '\n';
         }
     }
 }

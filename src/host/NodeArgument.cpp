@@ -11,7 +11,7 @@ void AddNodeArgument(CArgumentParser& parser, const StContext& context, std::str
     parser.SetOffers(option, [&context, &plugins](CCompletion& completion) {
         for (const CModules::StModule& module : CModules(context.places, plugins, context.err).All()) {
             for (const StNodeDescription& node : module.nodes) {
-                completion.Offer(node.name, node.brief);
+                completion.Offer(node.name, node.brief.Line());
             }
         }
     });

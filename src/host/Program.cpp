@@ -18,6 +18,7 @@ constexpr std::array kCommands{
     StCommand{"describe", "Tell all that a node says of itself", &DescribeCommand, &CompleteDescribe},
     StCommand{"run", "Run a node, or a chain of nodes, on files", &RunCommand, &CompleteRun},
     StCommand{"pipeline", "Run a graph of nodes on one file or on many", &PipelineCommand, &CompletePipeline},
+    StCommand{"doc", "Make the documentation of all nodes as HTML", &DocCommand, &CompleteDoc},
 };
 
 /// The command that the shells' scripts call: "complete -- WORDS...". No list of commands shows it.

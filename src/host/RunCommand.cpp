@@ -81,18 +81,18 @@ std::vector<CLI::Option*> AddParameterOptions(CLI::App& app, const StNodeDescrip
 void OfferParameters(CArgumentParser& parser, const StNodeDescription& node) {
     for (const StParameter& parameter : node.parameters) {
         if (HasOption(parameter)) {
-            CLI::Option* option = parser.App().get_option("--" + parameter.key)->description(parameter.text);
+            CLI::Option* option = parser.App().get_option("--" + parameter.key)->description(parameter.text.Line());
             parser.SetOffers(option, [&parameter](CCompletion& completion) { OfferValues(parameter, completion); });
         }
     }
     parser.SetOffers(parser.App().get_option("--set"), [&node](CCompletion& completion) {
         for (const StParameter& parameter : node.parameters) {
             if (!HasOption(parameter)) {
-                completion.Offer(parameter.key + "=", parameter.text);
+                completion.Offer(parameter.key + "=", parameter.text.Line());
             }
         }
         for (const StFurtherKey& key : node.furtherKeys) {
-            completion.Offer(key.key + "=", key.text);
+            completion.Offer(key.key + "=", key.text.Line());
         }
     });
 }
@@ -143,7 +143,7 @@ public:
         const std::string& name = description.name;
         StGraphNode node;
         node.description = std::make_shared<StNodeDescription>(description);
-        CArgumentParser parser("vessa run " + name, node.description->brief);
+        CArgumentParser parser("vessa run " + name, node.description->brief.Line());
         StStepArguments step;
         AddStepOptions(parser, m_context, step, m_said.plugins);
         AddRunOptions(parser, m_said);
@@ -151,7 +151,7 @@ public:
         parser.Parse(arguments);
         if (parser.WantsHelp()) {
             m_context.out << HelpText(*node.description, parser.OptionsHelp() + TypesHelp(m_context.width),
-                                      Example(m_context.places, *node.description), m_context.width);
+                                      Example(m_context.places, *node.description), m_context.Style());
             return false;
         }
         parser.RefuseRest();

@@ -297,7 +297,7 @@ TEST(Samples, HaveTheirTypesAndSizes) {
         {"palette.png", QUOR::IMAGE_RGB_8, CSize(16, 1)},
         {"map.npy", QUOR::IMAGE_GREY_F, CSize(256, 1)},
     };
-    std::set<std::string> names{"README.md", "examples.txt"};
+    std::set<std::string> names{"README.md", "examples.txt", "groups.txt"};
     for (const StSample& sample : samples) {
         const auto value = ReadValue(std::string(SAMPLES_DIRECTORY) + "/" + sample.name, {});
         const CImage& image = *QUOR::UnwrapPointer<CImage>(value.get());
