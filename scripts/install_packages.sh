@@ -5,7 +5,8 @@
 #     scripts/install_packages.sh [build] [checks] [coverage]      without a word: build
 set -eu
 
-packages_build="cmake g++ libcli11-dev libgtest-dev libpng-dev libtiff-dev make ninja-build nlohmann-json3-dev"
+packages_build="cmake g++ libcli11-dev libgtest-dev libpng-dev libtiff-dev make ninja-build nlohmann-json3-dev \
+                python3-jsonschema"
 packages_checks="clang clang-format clang-tidy libclang-rt-14-dev"
 packages_coverage="gcovr"
 
