@@ -5,7 +5,7 @@ SOURCES = $(shell find include src tests bench examples -name '*.h' -o -name '*.
 .PHONY: help demo test asan tsan clang coverage check-format format tidy clean
 
 help:
-	@echo "make demo          build the programs and mirror a sample picture"
+	@echo "make demo          build the programs and run them on sample pictures"
 	@echo "make test          build everything and run every test"
 	@echo "make asan          the tests under the address and undefined-behaviour sanitizers"
 	@echo "make tsan          the tests with several threads under the thread sanitizer"

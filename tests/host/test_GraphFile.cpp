@@ -135,6 +135,8 @@ TEST_F(GraphFile, KeysThatAreNumbersStayNumbers) {
     EXPECT_EQ(parameters.EntryLong(5), 1);
     EXPECT_EQ(parameters.EntryLong(QUOR::CValue_Key("5")), 2);
     EXPECT_EQ(parameters.EntryLong(QUOR::CValue_Key("$a")), 3);
+    EXPECT_NE(PlanText(graph, {{}, {"o.png"}}).find("run    n (Silent) with 5=1 $a=3 5=2\n"), std::string::npos)
+        << PlanText(graph, {{}, {"o.png"}});
     ExpectRefused(R"({"nodes": {"$int:5": {"node": "Silent"}}, "outputs": {"o": "5"}})",
                   "nodes/$int:5: a name has letters, digits, '_' and '-' only");
     ExpectRefused(R"({"nodes": {"n": {"node": "Silent"}}, "outputs": {"$int:5": "n"}})",

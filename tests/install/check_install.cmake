@@ -1,5 +1,5 @@
 # Installs the build folder BUILD to a new place, moves that, builds the programs of SOURCE/examples on it with the
-# COMPILER and its FLAGS, and runs them with the installed module.
+# COMPILER and its FLAGS, and runs them with the installed module, and an installed graph with the installed program.
 
 cmake_minimum_required(VERSION 3.25)
 
@@ -31,4 +31,17 @@ run(${CMAKE_COMMAND} --build ${work}/examples)
 run(${work}/examples/embed ${prefix}/${LIBRARIES}/vessa/plugins/manipulation.so)
 if(NOT output STREQUAL "4 3 2 1 \n")
   message(FATAL_ERROR "the example prints '${output}'")
+endif()
+
+# The example graphs find the samples and the schema in the installed tree.
+if(PROGRAMS)
+  run(${prefix}/${PROGRAMS} pipeline ${prefix}/share/vessa/examples/graphs/straighten.json
+      --output picture=${work}/plate.png)
+  file(READ ${prefix}/share/vessa/examples/graphs/straighten.json graph)
+  string(JSON schema GET "${graph}" "$schema")
+  foreach(file ${work}/plate.png ${prefix}/share/vessa/examples/graphs/${schema})
+    if(NOT EXISTS ${file})
+      message(FATAL_ERROR "${file} isn't there")
+    endif()
+  endforeach()
 endif()
