@@ -313,6 +313,24 @@ TEST_F(Pipeline, RefusesWhatItCannotDo) {
               Failed("turn (Flip): (manipulation plugins) Flip: input image is NULL"));
 }
 
+TEST_F(Pipeline, GoesOnWithoutThreads) {
+    // A stack larger than any address space is one that no thread can have.
+    EXPECT_EQ(Shell(m_folder, "ulimit -s 200000000000 && vessa pipeline g.json -i picture=in -o turned=out/{stem}.png "
+                              "--jobs 3 2> talk"),
+              0);
+    EXPECT_EQ(TextOf(m_folder / "talk").find("3 done, 0 failed, 0 up to date, "), 0U) << TextOf(m_folder / "talk");
+    EXPECT_EQ(OutFiles(), "abc");
+}
+
+TEST_F(Pipeline, TwoOutputsOfOneFileAreRefused) {
+    m_folder.Write("g.json", R"({"inputs": {"picture": {}}, "nodes": {"turn": {"node": "Flip", "inputs": ["picture"]}},
+        "outputs": {"one": "turn", "two": "turn"}})");
+    EXPECT_EQ(RunWith({"pipeline", m_folder / "g.json", "-i", "picture=" + In("a"), "-o", "one=" + Out("x"), "-o",
+                       "two=" + (m_folder / "out/../out/x.png")}),
+              WrongUse((m_folder / "out/../out/x.png") + ": two outputs can't go to one file"));
+    EXPECT_EQ(OutFiles(), "");
+}
+
 TEST_F(Pipeline, AnInputCanBeAnOutput) {
     m_folder.Write("g.json", R"({"inputs": {"picture": {}}, "nodes": {"turn": {"node": "Flip", "inputs": ["picture"]}},
         "outputs": {"same": "picture", "turned": "turn"}})");
