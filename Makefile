@@ -5,7 +5,7 @@ SOURCES = $(shell find include src tests bench examples -name '*.h' -o -name '*.
 .PHONY: help demo docs test check-docs asan tsan clang coverage check-format format tidy package clean
 
 help:
-	@echo "make demo          build the programs and mirror a sample picture"
+	@echo "make demo          build the programs and run them on sample pictures"
 	@echo "make docs          the documentation: build/doc/index.html"
 	@echo "make test          build everything and run every test"
 	@echo "make check-docs    the tests of the documentation in a browser"

@@ -72,8 +72,11 @@ void RequireFolders(const std::vector<StJob>& jobs) {
         }
     }
     for (const fs::path& folder : folders) {
-        if (!folder.empty() && !fs::is_directory(folder)) {
-            throw CWorkError(folder.string() + ": there is no such folder for the outputs");
+        std::error_code failure;
+        if (!folder.empty() && !fs::is_directory(folder, failure)) {
+            const bool isHidden = failure && failure != std::errc::no_such_file_or_directory;
+            throw CWorkError(folder.string() + (isHidden ? ": the outputs can't go there: " + failure.message()
+                                                         : ": there is no such folder for the outputs"));
         }
     }
 }

@@ -296,6 +296,7 @@ TEST(Samples, HaveTheirTypesAndSizes) {
         {"shift_y.npy", QUOR::IMAGE_GREY_F, CSize(360, 270)},
         {"palette.png", QUOR::IMAGE_RGB_8, CSize(16, 1)},
         {"map.npy", QUOR::IMAGE_GREY_F, CSize(256, 1)},
+        {"size_classes.png", QUOR::IMAGE_GREY_8, CSize(4096, 1)},
     };
     std::set<std::string> names{"README.md", "examples.txt", "groups.txt"};
     for (const StSample& sample : samples) {

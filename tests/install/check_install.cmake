@@ -1,5 +1,6 @@
 # Installs the build folder BUILD to a new place, moves that, builds the programs of SOURCE/examples on it with the
-# COMPILER and its FLAGS, with CMake and with pkg-config, and runs them with the installed module.
+# COMPILER and its FLAGS, with CMake and with pkg-config, and runs them with the installed module, and an installed graph
+# with the installed program.
 
 cmake_minimum_required(VERSION 3.25)
 
@@ -31,3 +32,17 @@ run(sh -c "${COMPILER} ${FLAGS} examples/embed.cpp $(pkg-config --cflags --libs 
 expect_output("^4 3 2 1 \n$")
 run(pkg-config --modversion vessa)
 expect_output("^${VERSION}\n$")
+
+# The example graphs find the samples and the schema in the installed tree.
+if(PROGRAMS)
+  list(GET PROGRAMS 0 program)
+  run(${prefix}/${program} pipeline ${prefix}/share/vessa/examples/graphs/straighten.json
+      --output picture=${work}/plate.png)
+  file(READ ${prefix}/share/vessa/examples/graphs/straighten.json graph)
+  string(JSON schema GET "${graph}" "$schema")
+  foreach(file ${work}/plate.png ${prefix}/share/vessa/examples/graphs/${schema})
+    if(NOT EXISTS ${file})
+      message(FATAL_ERROR "${file} isn't there")
+    endif()
+  endforeach()
+endif()
