@@ -98,7 +98,9 @@ void CArgumentParser::AddPluginOption(std::vector<std::string>& paths) {
 }
 
 std::string CArgumentParser::Help() const {
+    constexpr std::size_t width = 80; // as wide as the options are laid out
     std::string help = m_app.help();
+    help.replace(0, m_app.get_description().size() + 1, Wrap(m_app.get_description(), 0, width));
     help.insert(help.find("Usage:"), "\n");
     help.pop_back(); // the blank line at its end
     return help;
