@@ -2,14 +2,14 @@
 
 SOURCES = $(shell find include src tests bench examples -name '*.h' -o -name '*.cpp' 2>/dev/null)
 
-.PHONY: help demo docs test check-docs asan tsan clang coverage check-format format tidy package clean
+.PHONY: help demo docs test check-docs asan asan-clang tsan clang coverage check-format format tidy package clean
 
 help:
 	@echo "make demo          build the programs and run them on sample pictures"
 	@echo "make docs          the documentation: build/doc/index.html"
 	@echo "make test          build everything and run every test"
 	@echo "make check-docs    the tests of the documentation in a browser"
-	@echo "make asan          the tests under the address and undefined-behaviour sanitizers"
+	@echo "make asan          the tests under the address and undefined-behaviour sanitizers; make asan-clang by Clang"
 	@echo "make tsan          the tests with several threads under the thread sanitizer"
 	@echo "make clang         the tests, compiled by Clang"
 	@echo "make coverage      the tests, then a report on the lines they reach"
@@ -41,8 +41,8 @@ check-docs:
 	@cmake --build --preset release --target docs
 	@ctest --preset release -L browser
 
-asan tsan:
-	@scripts/install_packages.sh build tests
+asan asan-clang tsan:
+	@scripts/install_packages.sh build tests checks
 	@cmake --preset $@
 	@cmake --build --preset $@
 	@ctest --preset $@
@@ -83,4 +83,4 @@ package:
 	@cmake --build --preset release --target package
 
 clean:
-	rm -rf build build-debug build-asan build-tsan build-coverage build-clang
+	rm -rf build build-debug build-asan build-asan-clang build-tsan build-coverage build-clang
