@@ -2,9 +2,10 @@
 # Installs the Debian packages that are missing, as root or through sudo where that asks for no password.
 # Without anything missing it calls no package manager, so that every user can run it.
 #
-#     scripts/install_packages.sh [build] [checks] [coverage]      without a word: build
+#     scripts/install_packages.sh [bench] [build] [checks] [coverage]      without a word: build
 set -eu
 
+packages_bench="libbenchmark-dev libopencv-imgproc-dev libvips-dev pkg-config"
 packages_build="cmake g++ libcli11-dev libgtest-dev libpng-dev libtiff-dev make ninja-build nlohmann-json3-dev"
 packages_checks="clang clang-format clang-tidy libclang-rt-14-dev"
 packages_coverage="gcovr"
@@ -16,11 +17,12 @@ is_installed() {
 missing=""
 for group in "${@:-build}"; do
     case $group in
+    bench) packages=$packages_bench ;;
     build) packages=$packages_build ;;
     checks) packages=$packages_checks ;;
     coverage) packages=$packages_coverage ;;
     *)
-        echo "$0: unknown group '$group': allowed are build, checks and coverage" >&2
+        echo "$0: unknown group '$group': allowed are bench, build, checks and coverage" >&2
         exit 2
         ;;
     esac
