@@ -75,6 +75,18 @@ CCase::PeerWork Remapped(int interpolation) {
     };
 }
 
+void Transpose(const Images& in) {
+    cv::Mat out;
+    cv::transpose(Slice(*in[0]), out);
+}
+
+CCase::PeerWork Enlarged(double factor) {
+    return [factor](const Images& in) {
+        cv::Mat out;
+        cv::resize(Slice(*in[0]), out, {}, factor, factor, cv::INTER_LINEAR);
+    };
+}
+
 void BoxMeans(const Images& in) {
     cv::Mat means;
     cv::boxFilter(Slice(*in[0]), means, CV_32F, cv::Size(3, 3), cv::Point(0, 0));
@@ -151,13 +163,7 @@ std::vector<CCase> MirroringCases() {
         CCase("Flip", "y").Set("flip_y", true).OPENCV_PEER("cv::flip", Flipped(0)),
         CCase("Flip", "x and y").Set("flip_x", true).Set("flip_y", true).OPENCV_PEER("cv::flip", Flipped(-1)),
         CCase("Flip", "z").Set("flip_z", true).On(Volumes()).OPENCV_PEER("cv::flip of slices as rows", FlipSlices),
-        CCase("SwitchAxes", "YXZ")
-            .Set("axes", "YXZ")
-            .OPENCV_PEER("cv::transpose",
-                         [](const Images& in) {
-                             cv::Mat out;
-                             cv::transpose(Slice(*in[0]), out);
-                         }),
+        CCase("SwitchAxes", "YXZ").Set("axes", "YXZ").OPENCV_PEER("cv::transpose", Transpose),
         CCase("SwitchAxes", "ZYX")
             .Set("axes", "ZYX")
             .On(Volumes())
@@ -199,19 +205,11 @@ std::vector<CCase> ScalingCases() {
         CCase("Resize", "x2")
             .Set("scale_x", 2.0)
             .Set("scale_y", 2.0)
-            .OPENCV_PEER("cv::resize INTER_LINEAR",
-                         [](const Images& in) {
-                             cv::Mat out;
-                             cv::resize(Slice(*in[0]), out, {}, 2.0, 2.0, cv::INTER_LINEAR);
-                         }),
+            .OPENCV_PEER("cv::resize INTER_LINEAR", Enlarged(2.0)),
         CCase("Resize", "x1.3")
             .Set("scale_x", 1.3)
             .Set("scale_y", 1.3)
-            .OPENCV_PEER("cv::resize INTER_LINEAR",
-                         [](const Images& in) {
-                             cv::Mat out;
-                             cv::resize(Slice(*in[0]), out, {}, 1.3, 1.3, cv::INTER_LINEAR);
-                         }),
+            .OPENCV_PEER("cv::resize INTER_LINEAR", Enlarged(1.3)),
         CCase("Resize", "x0.5 box")
             .Set("scale_x", 0.5)
             .Set("scale_y", 0.5)

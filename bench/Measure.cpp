@@ -119,51 +119,64 @@ private:
     std::vector<double> m_times;
 };
 
+/// A copy of so many bytes within mapped memory.
+class CCopy {
+public:
+    explicit CCopy(std::size_t bytes) : m_source(bytes), m_target(bytes) {
+        m_source.Set(1);
+        m_target.Set(0);
+    }
+
+    void Run() {
+        std::memcpy(m_target.Data(), m_source.Data(), m_source.Size());
+        benchmark::ClobberMemory();
+    }
+
+private:
+    CBuffer m_source;
+    CBuffer m_target;
+};
+
+/// The time of the node against those of the others.
+void SetCounters(benchmark::State& state, const CContestant& node, const CContestant& copy,
+                 const std::vector<CContestant>& peers, std::size_t elements) {
+    const double time = node.Median();
+    state.counters[kNanoseconds] = time / static_cast<double>(elements);
+    state.counters[kOfCopy] = time / copy.Median();
+    const auto best = std::min_element(
+        peers.begin(), peers.end(), [](const CContestant& a, const CContestant& b) { return a.Median() < b.Median(); });
+    if (best != peers.end()) {
+        state.counters[kOfPeer] = time / best->Median();
+        state.SetLabel(best->Name());
+    }
+}
+
 } // namespace
 
 void MeasureCase(benchmark::State& state, const CPluginModule& module, const CCase& measured, const StScale& scale) {
     const CSilence silence;
     const Images inputs = measured.InputsFor(scale);
     CMeasuredNode node(module, measured, inputs);
-    std::size_t written = 0;
-    std::size_t elements = ElementCount(inputs);
-    {
-        const Images outputs = node.Outputs();
-        written = Bytes(outputs);
-        elements = std::max(inputs.front()->Size().Volume(), ElementCount(outputs));
-    }
+    const Images outputs = node.Outputs();
+    const std::size_t written = Bytes(outputs);
     const std::size_t read = measured.Reads() == EnReads::AsMuchAsItWrites ? written : Bytes(inputs);
-    const std::size_t copied = (read + written) / 2; // memcpy reads and writes each byte
-    const CBuffer source(copied);
-    CBuffer target(copied);
-    target.Set(0);
+    CCopy copy((read + written) / 2); // a copy reads and writes each byte
 
-    std::vector<CContestant> contestants;
-    contestants.emplace_back("node", [&] { node.Run([](CValue& output) { benchmark::DoNotOptimize(&output); }); });
-    contestants.emplace_back("memcpy", [&] {
-        std::memcpy(target.Data(), source.Data(), copied);
-        benchmark::ClobberMemory();
-    });
+    CContestant nodeTime("node", [&] { node.Run([](CValue& output) { benchmark::DoNotOptimize(&output); }); });
+    CContestant copyTime("memcpy", [&] { copy.Run(); });
+    std::vector<CContestant> peerTimes;
     for (const CCase::StPeer& peer : measured.Peers()) {
-        contestants.emplace_back(peer.name, [&] { peer.work(inputs); });
+        peerTimes.emplace_back(peer.name, [&] { peer.work(inputs); });
     }
-
     for (auto round : state) {
         static_cast<void>(round);
-        state.SetIterationTime(contestants.front().Measure() * 1e-9);
-        std::for_each(contestants.begin() + 1, contestants.end(), [](CContestant& other) { other.Measure(); });
+        state.SetIterationTime(nodeTime.Measure() * 1e-9);
+        copyTime.Measure();
+        for (CContestant& peer : peerTimes) {
+            peer.Measure();
+        }
     }
-
-    const double time = contestants[0].Median();
-    state.counters[kNanoseconds] = time / static_cast<double>(elements);
-    state.counters[kOfCopy] = time / contestants[1].Median();
-    if (contestants.size() > 2) {
-        const auto best =
-            std::min_element(contestants.begin() + 2, contestants.end(),
-                             [](const CContestant& a, const CContestant& b) { return a.Median() < b.Median(); });
-        state.counters[kOfPeer] = time / best->Median();
-        state.SetLabel(best->Name());
-    }
+    SetCounters(state, nodeTime, copyTime, peerTimes, std::max(inputs.front()->Size().Volume(), ElementCount(outputs)));
 }
 
 } // namespace QUOR::bench

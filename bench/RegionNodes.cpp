@@ -44,6 +44,54 @@ void Cut(const Images& in) {
     const cv::Mat out = image(Inside(image)).clone();
 }
 
+void Copy(const Images& in) { const cv::Mat out = Slice(*in[0]).clone(); }
+
+void CutToBounds(const Images& in) {
+    const cv::Mat image = Slice(*in[0]);
+    const cv::Mat mask = image.depth() == CV_8U ? image : cv::Mat(image != 0);
+    const cv::Mat out = image(cv::boundingRect(mask)).clone();
+}
+
+void Patch(const Images& in) {
+    cv::Mat out = Slice(*in[0]).clone();
+    Slice(*in[1]).copyTo(out(Quarter(out)));
+}
+
+void PatchForeground(const Images& in) {
+    cv::Mat out = Slice(*in[0]).clone();
+    Slice(*in[1]).copyTo(out(Quarter(out)), Slice(*in[2]));
+}
+
+void Shift(const Images& in) {
+    const cv::Mat image = Slice(*in[0]);
+    const int shift = Margin(image);
+    const cv::Rect kept(0, 0, image.cols - shift, image.rows - shift);
+    cv::Mat out;
+    cv::copyMakeBorder(image(kept), out, shift, 0, shift, 0, cv::BORDER_CONSTANT | cv::BORDER_ISOLATED);
+}
+
+CCase::PeerWork Scaled(double factor, int interpolation) {
+    return [=](const Images& in) {
+        cv::Mat out;
+        cv::resize(Slice(*in[0]), out, {}, factor, factor, interpolation);
+    };
+}
+
+#endif
+
+#if defined(BENCH_VIPS)
+
+void Embed(const Images& in) {
+    const vips::VImage image = VipsImage(*in[0]);
+    const int margin = image.width() / 16;
+    Compute(image.embed(margin, margin, image.width() + 2 * margin, image.height() + 2 * margin));
+}
+
+void Wrap(const Images& in) {
+    const vips::VImage image = VipsImage(*in[0]);
+    Compute(image.wrap(vips::VImage::option()->set("x", image.width() / 2)->set("y", image.height() / 16)));
+}
+
 #endif
 
 std::vector<CCase> CuttingCases() {
@@ -55,16 +103,10 @@ std::vector<CCase> CuttingCases() {
             .SetShare("size_y", 1.0 - 2.0 * kMargin)
             .Reads(EnReads::AsMuchAsItWrites)
             .OPENCV_PEER("cv::Mat::clone of a region", Cut),
-        CCase("Extract", "whole")
-            .OPENCV_PEER("cv::Mat::clone", [](const Images& in) { const cv::Mat out = Slice(*in[0]).clone(); }),
+        CCase("Extract", "whole").OPENCV_PEER("cv::Mat::clone", Copy),
         CCase("Autocrop", "frame")
             .Inputs([](const StScale& scale) { return ListOf(FramedNoise(scale.type, scale.size)); })
-            .OPENCV_PEER("cv::boundingRect, clone",
-                         [](const Images& in) {
-                             const cv::Mat image = Slice(*in[0]);
-                             const cv::Mat mask = image.depth() == CV_8U ? image : cv::Mat(image != 0);
-                             const cv::Mat out = image(cv::boundingRect(mask)).clone();
-                         }),
+            .OPENCV_PEER("cv::boundingRect, clone", CutToBounds),
         CCase("Border", "cut")
             .SetShare("border", -kMargin)
             .Reads(EnReads::AsMuchAsItWrites)
@@ -76,13 +118,7 @@ std::vector<CCase> CuttingCases() {
             .SetShare("pad_top", kMargin)
             .SetShare("pad_bottom", kMargin)
             .OPENCV_PEER("cv::copyMakeBorder", Frame)
-            .VIPS_PEER("vips_embed",
-                       [](const Images& in) {
-                           const vips::VImage image = VipsImage(*in[0]);
-                           const int margin = image.width() / 16;
-                           Compute(
-                               image.embed(margin, margin, image.width() + 2 * margin, image.height() + 2 * margin));
-                       }),
+            .VIPS_PEER("vips_embed", Embed),
     };
 }
 
@@ -92,20 +128,12 @@ std::vector<CCase> PlacingCases() {
             .Inputs(BaseAndPatch)
             .SetShare("pos_x", 0.125)
             .SetShare("pos_y", 0.125)
-            .OPENCV_PEER("cv::Mat::clone, copyTo",
-                         [](const Images& in) {
-                             cv::Mat out = Slice(*in[0]).clone();
-                             Slice(*in[1]).copyTo(out(Quarter(out)));
-                         }),
+            .OPENCV_PEER("cv::Mat::clone, copyTo", Patch),
         CCase("Emplace", "masked")
             .Inputs(BasePatchAndMask)
             .SetShare("pos_x", 0.125)
             .SetShare("pos_y", 0.125)
-            .OPENCV_PEER("cv::Mat::clone, copyTo with mask",
-                         [](const Images& in) {
-                             cv::Mat out = Slice(*in[0]).clone();
-                             Slice(*in[1]).copyTo(out(Quarter(out)), Slice(*in[2]));
-                         }),
+            .OPENCV_PEER("cv::Mat::clone, copyTo with mask", PatchForeground),
         CCase("Emplace", "wrapped")
             .Inputs(BaseAndPatch)
             .SetShare("pos_x", 0.75)
@@ -114,50 +142,26 @@ std::vector<CCase> PlacingCases() {
         CCase("Translate", "shift")
             .SetShare("offset_x", kMargin)
             .SetShare("offset_y", kMargin)
-            .OPENCV_PEER("cv::copyMakeBorder of a region",
-                         [](const Images& in) {
-                             const cv::Mat image = Slice(*in[0]);
-                             const int shift = Margin(image);
-                             cv::Mat out;
-                             cv::copyMakeBorder(image(cv::Rect(0, 0, image.cols - shift, image.rows - shift)), out,
-                                                shift, 0, shift, 0, cv::BORDER_CONSTANT | cv::BORDER_ISOLATED);
-                         }),
+            .OPENCV_PEER("cv::copyMakeBorder of a region", Shift),
         CCase("Translate", "wrapped")
             .SetShare("offset_x", 0.5)
             .SetShare("offset_y", kMargin)
             .Set("wrap", true)
-            .VIPS_PEER("vips_wrap",
-                       [](const Images& in) {
-                           const vips::VImage image = VipsImage(*in[0]);
-                           Compute(image.wrap(
-                               vips::VImage::option()->set("x", image.width() / 2)->set("y", image.height() / 16)));
-                       }),
+            .VIPS_PEER("vips_wrap", Wrap),
     };
 }
 
 std::vector<CCase> HalvingAndDoublingCases() {
     return {
         CCase("Expand", "plane")
-            .OPENCV_PEER("cv::resize INTER_NEAREST",
-                         [](const Images& in) {
-                             cv::Mat out;
-                             cv::resize(Slice(*in[0]), out, {}, 2.0, 2.0, cv::INTER_NEAREST);
-                         })
+            .OPENCV_PEER("cv::resize INTER_NEAREST", Scaled(2.0, cv::INTER_NEAREST))
             .VIPS_PEER("vips_zoom", [](const Images& in) { Compute(VipsImage(*in[0]).zoom(2, 2)); }),
         CCase("Shrink", "SKIP")
-            .OPENCV_PEER("cv::resize INTER_NEAREST",
-                         [](const Images& in) {
-                             cv::Mat out;
-                             cv::resize(Slice(*in[0]), out, {}, 0.5, 0.5, cv::INTER_NEAREST);
-                         })
+            .OPENCV_PEER("cv::resize INTER_NEAREST", Scaled(0.5, cv::INTER_NEAREST))
             .VIPS_PEER("vips_subsample", [](const Images& in) { Compute(VipsImage(*in[0]).subsample(2, 2)); }),
         CCase("Shrink", "AVERAGE")
             .Set("mode", "AVERAGE")
-            .OPENCV_PEER("cv::resize INTER_AREA",
-                         [](const Images& in) {
-                             cv::Mat out;
-                             cv::resize(Slice(*in[0]), out, {}, 0.5, 0.5, cv::INTER_AREA);
-                         })
+            .OPENCV_PEER("cv::resize INTER_AREA", Scaled(0.5, cv::INTER_AREA))
             .VIPS_PEER("vips_shrink", [](const Images& in) { Compute(VipsImage(*in[0]).shrink(2, 2)); }),
         CCase("Shrink", "MAX").Set("mode", "MAX"),
         CCase("Shrink", "MEDIAN").Set("mode", "MEDIAN"),

@@ -58,7 +58,7 @@ std::string Processor() {
 
 std::string Compiler() {
 #if defined(__clang__)
-    return std::string("Clang ") + __clang_version__;
+    return "Clang " + std::to_string(__clang_major__) + "." + std::to_string(__clang_minor__);
 #else
     return std::string("GCC ") + __VERSION__;
 #endif

@@ -56,11 +56,31 @@ void UniqueRows(const Images& in) {
 
 #if defined(BENCH_OPENCV)
 
-template <class Work> CCase::PeerWork OfBoth(Work work) {
+CCase::PeerWork OfBoth(void (*work)(const cv::Mat& a, const cv::Mat& b, cv::Mat& out)) {
     return [work](const Images& in) {
         cv::Mat out;
         work(Slice(*in[0]), Slice(*in[1]), out);
     };
+}
+
+CCase::PeerWork Repeated(int rows, int columns) {
+    return [=](const Images& in) {
+        cv::Mat out;
+        cv::repeat(Slice(*in[0]), rows, columns, out);
+    };
+}
+
+void AppendColumns(const cv::Mat& a, const cv::Mat& b, cv::Mat& out) { cv::hconcat(a, b, out); }
+
+void AppendRows(const cv::Mat& a, const cv::Mat& b, cv::Mat& out) { cv::vconcat(a, b, out); }
+
+void TakeGreater(const cv::Mat& a, const cv::Mat& b, cv::Mat& out) { cv::max(a, b, out); }
+
+void AddHalves(const cv::Mat& a, const cv::Mat& b, cv::Mat& out) { cv::addWeighted(a, 0.5, b, 0.5, 0.0, out); }
+
+void LayOverZeros(const cv::Mat& a, const cv::Mat& b, cv::Mat& out) {
+    out = b.clone();
+    a.copyTo(out, a.depth() == CV_8U ? a : cv::Mat(a != 0));
 }
 
 void CloneWhole(const Images& in) { const cv::Mat out = AllSlices(*in[0]).clone(); }
@@ -88,26 +108,14 @@ void TileSlices(const Images& in) {
 
 std::vector<CCase> JoiningCases() {
     return {
-        CCase("Append", "X")
-            .Inputs(TwoPictures)
-            .OPENCV_PEER("cv::hconcat",
-                         OfBoth([](const cv::Mat& a, const cv::Mat& b, cv::Mat& out) { cv::hconcat(a, b, out); })),
-        CCase("Append", "Y")
-            .Inputs(TwoPictures)
-            .Set("along", "Y")
-            .OPENCV_PEER("cv::vconcat",
-                         OfBoth([](const cv::Mat& a, const cv::Mat& b, cv::Mat& out) { cv::vconcat(a, b, out); })),
+        CCase("Append", "X").Inputs(TwoPictures).OPENCV_PEER("cv::hconcat", OfBoth(AppendColumns)),
+        CCase("Append", "Y").Inputs(TwoPictures).Set("along", "Y").OPENCV_PEER("cv::vconcat", OfBoth(AppendRows)),
         CCase("Append", "Z").Inputs(TwoPictures).Set("along", "Z"),
-        CCase("ComposeImage", "MEAN")
-            .Inputs(TwoPictures)
-            .OPENCV_PEER("cv::addWeighted", OfBoth([](const cv::Mat& a, const cv::Mat& b, cv::Mat& out) {
-                             cv::addWeighted(a, 0.5, b, 0.5, 0.0, out);
-                         })),
+        CCase("ComposeImage", "MEAN").Inputs(TwoPictures).OPENCV_PEER("cv::addWeighted", OfBoth(AddHalves)),
         CCase("ComposeImage", "MAX")
             .Inputs(TwoPictures)
             .Set("mode_compose", "MAX")
-            .OPENCV_PEER("cv::max",
-                         OfBoth([](const cv::Mat& a, const cv::Mat& b, cv::Mat& out) { cv::max(a, b, out); })),
+            .OPENCV_PEER("cv::max", OfBoth(TakeGreater)),
         CCase("ComposeImage", "FIRST")
             .Inputs(TwoPictures)
             .Set("mode_compose", "FIRST")
@@ -117,27 +125,12 @@ std::vector<CCase> JoiningCases() {
             .Inputs(PictureUnderZeros)
             .Set("mode_compose", "FIRST")
             .Set("ignore_zero", true)
-            .OPENCV_PEER("cv::Mat::clone, copyTo with mask",
-                         OfBoth([](const cv::Mat& a, const cv::Mat& b, cv::Mat& out) {
-                             out = b.clone();
-                             a.copyTo(out, a.depth() == CV_8U ? a : cv::Mat(a != 0));
-                         })),
+            .OPENCV_PEER("cv::Mat::clone, copyTo with mask", OfBoth(LayOverZeros)),
         CCase("Replicate", "X")
             .Set("count", 3)
-            .OPENCV_PEER("cv::repeat",
-                         [](const Images& in) {
-                             cv::Mat out;
-                             cv::repeat(Slice(*in[0]), 1, 3, out);
-                         })
+            .OPENCV_PEER("cv::repeat", Repeated(1, 3))
             .VIPS_PEER("vips_replicate", [](const Images& in) { Compute(VipsImage(*in[0]).replicate(3, 1)); }),
-        CCase("Replicate", "Y")
-            .Set("count", 3)
-            .Set("along", "Y")
-            .OPENCV_PEER("cv::repeat",
-                         [](const Images& in) {
-                             cv::Mat out;
-                             cv::repeat(Slice(*in[0]), 3, 1, out);
-                         }),
+        CCase("Replicate", "Y").Set("count", 3).Set("along", "Y").OPENCV_PEER("cv::repeat", Repeated(3, 1)),
     };
 }
 
