@@ -2,7 +2,7 @@
 
 SOURCES = $(shell find include src tests bench examples -name '*.h' -o -name '*.cpp' 2>/dev/null)
 
-.PHONY: help demo docs test check-docs asan asan-clang tsan clang coverage check-format format tidy package clean
+.PHONY: help demo docs test check-docs asan asan-clang tsan clang coverage bench check-format format tidy package clean
 
 help:
 	@echo "make demo          build the programs and run them on sample pictures"
@@ -13,6 +13,7 @@ help:
 	@echo "make tsan          the tests with several threads under the thread sanitizer"
 	@echo "make clang         the tests, compiled by Clang"
 	@echo "make coverage      the tests, then a report on the lines they reach"
+	@echo "make bench         measure every node beside its peers, into bench/RESULTS.md"
 	@echo "make check-format  tell which files clang-format would change; make format changes them"
 	@echo "make tidy          clang-tidy over everything, or over FILES='regular expressions'"
 	@echo "make package       build the Debian package build/vessa_VERSION_ARCHITECTURE.deb"
@@ -63,6 +64,14 @@ coverage:
 	@gcovr --root . --filter src/ --filter include/ --exclude-throw-branches --exclude-unreachable-branches \
 	  --html-details build-coverage/report/index.html --print-summary build-coverage
 	@echo "the report: build-coverage/report/index.html"
+
+bench:
+	@scripts/install_packages.sh build bench
+	@cmake --preset release -DVESSA_BENCH=ON
+	@cmake --build --preset release --target bench_manipulation
+	@build/bin/bench_manipulation >build/RESULTS.md
+	@mv build/RESULTS.md bench/RESULTS.md
+	@tail -n 2 bench/RESULTS.md
 
 check-format:
 	@scripts/install_packages.sh checks

@@ -2,9 +2,10 @@
 # Installs the Debian packages that are missing, as root or through sudo where that asks for no password.
 # Without anything missing it calls no package manager, so that every user can run it.
 #
-#     scripts/install_packages.sh [build] [tests] [checks] [coverage] [package] [browser]      without a word: build
+#     scripts/install_packages.sh [build] [tests] [bench] [checks] [coverage] [package] [browser]      without a word: build
 set -eu
 
+packages_bench="libbenchmark-dev libopencv-imgproc-dev libvips-dev pkg-config"
 packages_build="cmake g++ libcli11-dev libgtest-dev libpng-dev libtiff-dev make ninja-build nlohmann-json3-dev"
 packages_tests="bash-completion dpkg-dev fish man-db pkg-config python3-jsonschema tidy zsh"
 packages_package="dpkg-dev"
@@ -19,6 +20,7 @@ is_installed() {
 missing=""
 for group in "${@:-build}"; do
     case $group in
+    bench) packages=$packages_bench ;;
     build) packages=$packages_build ;;
     tests) packages=$packages_tests ;;
     checks) packages=$packages_checks ;;
@@ -26,7 +28,8 @@ for group in "${@:-build}"; do
     package) packages=$packages_package ;;
     browser) packages=$packages_browser ;;
     *)
-        echo "$0: unknown group '$group': allowed are build, tests, checks, coverage, package and browser" >&2
+    bench) packages=$packages_bench ;;
+        echo "$0: unknown group '$group': allowed are build, tests, bench, checks, coverage, package and browser" >&2
         exit 2
         ;;
     esac
