@@ -2,7 +2,7 @@
 
 SOURCES = $(shell find include src tests bench examples -name '*.h' -o -name '*.cpp' 2>/dev/null)
 
-.PHONY: help demo docs test check-docs asan asan-clang tsan clang coverage bench check-format format tidy package clean
+.PHONY: help demo docs test check-docs asan asan-clang tsan clang coverage bench bench-growth bench-processes check-format format tidy package clean
 
 help:
 	@echo "make demo          build the programs and run them on sample pictures"
@@ -14,6 +14,8 @@ help:
 	@echo "make clang         the tests, compiled by Clang"
 	@echo "make coverage      the tests, then a report on the lines they reach"
 	@echo "make bench         measure every node beside its peers, into bench/RESULTS.md"
+	@echo "make bench-growth  measure nodes of each class on work of growing size"
+	@echo "make bench-processes  measure whole processes beside other shell tools"
 	@echo "make check-format  tell which files clang-format would change; make format changes them"
 	@echo "make tidy          clang-tidy over everything, or over FILES='regular expressions'"
 	@echo "make package       build the Debian package build/vessa_VERSION_ARCHITECTURE.deb"
@@ -72,6 +74,18 @@ bench:
 	@build/bin/bench_manipulation >build/RESULTS.md
 	@mv build/RESULTS.md bench/RESULTS.md
 	@tail -n 2 bench/RESULTS.md
+
+bench-growth:
+	@scripts/install_packages.sh build bench
+	@cmake --preset release -DVESSA_BENCH=ON
+	@cmake --build --preset release --target bench_manipulation
+	@build/bin/bench_manipulation --growth
+
+bench-processes:
+	@scripts/install_packages.sh build
+	@cmake --preset release
+	@cmake --build --preset release --target vessa manipulation
+	@bench/processes.py build
 
 check-format:
 	@scripts/install_packages.sh checks

@@ -91,4 +91,7 @@ std::vector<CCase> RestackingCases();
 std::vector<CCase> LabelCases();
 /// @}
 
+/// One node of each class, on work of growing size.
+std::vector<CCase> GrowthCases();
+
 } // namespace QUOR::bench

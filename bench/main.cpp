@@ -1,12 +1,16 @@
 // Measures the nodes of the module and writes a table of what it found to standard output.
 //
-//     bench_manipulation [--benchmark_filter=REGEX] [any other option of Google Benchmark]
+//     bench_manipulation [--growth] [--benchmark_filter=REGEX] [any other option of Google Benchmark]
+//
+// With --growth it measures one node of each class on work of growing size instead.
 
 #include "Case.h"
 #include "Measure.h"
 #include "Peers.h"
 #include "Report.h"
 
+#include <algorithm>
+#include <cstring>
 #include <iostream>
 
 namespace {
@@ -29,9 +33,26 @@ void RegisterCases(const CPluginModule& module, const std::vector<CCase>& cases)
     }
 }
 
+/// Takes the word out of the command line; false if it isn't there.
+bool TakeOption(int& argc, char** argv, const char* option) {
+    char** const end = argv + argc;
+    char** const rest = std::remove_if(argv, end, [&](const char* word) { return std::strcmp(word, option) == 0; });
+    const bool isGiven = rest != end;
+    argc = static_cast<int>(rest - argv);
+    return isGiven;
+}
+
+std::vector<std::vector<CCase>> Groups(bool growth) {
+    if (growth) {
+        return {GrowthCases()};
+    }
+    return {RegionCases(), GeometryCases(), RestackingCases(), LabelCases()};
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    const bool growth = TakeOption(argc, argv, "--growth");
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 2;
@@ -39,10 +60,9 @@ int main(int argc, char** argv) {
     try {
         SetUpPeers();
         const CPluginModule module(MANIPULATION_MODULE);
-        RegisterCases(module, RegionCases());
-        RegisterCases(module, GeometryCases());
-        RegisterCases(module, RestackingCases());
-        RegisterCases(module, LabelCases());
+        for (const std::vector<CCase>& cases : Groups(growth)) {
+            RegisterCases(module, cases);
+        }
         CReport report(std::cout);
         benchmark::RunSpecifiedBenchmarks(&report);
     } catch (const CException& failure) {

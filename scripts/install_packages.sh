@@ -28,7 +28,6 @@ for group in "${@:-build}"; do
     package) packages=$packages_package ;;
     browser) packages=$packages_browser ;;
     *)
-    bench) packages=$packages_bench ;;
         echo "$0: unknown group '$group': allowed are build, tests, bench, checks, coverage, package and browser" >&2
         exit 2
         ;;
