@@ -201,10 +201,22 @@ template <class T> struct StLayer {
     const T* At(std::int64_t x, std::int64_t y) const { return elements + (y + offsetY) * width + x + offsetX; }
 };
 
+/// A layer as wide as the canvas, of that height, as a single long row.
+template <class T> StLayer<T> AsOneRow(const StLayer<T>& layer, std::int64_t height) {
+    const std::int64_t nearOffset =
+        std::clamp(layer.offsetY, -height, layer.height); // beyond the canvas it covers nothing
+    return {layer.elements, layer.width * layer.height, 1, layer.width * nearOffset, 0};
+}
+
 /// Writes each element of the canvas once.
 template <class T>
 void ComposePlane(const StLayer<T>& first, const StLayer<T>& second, MixFunction<T> mixRow, T background, T* canvas,
                   std::int64_t width, std::int64_t height) {
+    const auto hasWholeRows = [&](const StLayer<T>& layer) { return layer.width == width && layer.offsetX == 0; };
+    if (height > 1 && hasWholeRows(first) && hasWholeRows(second)) {
+        ComposePlane(AsOneRow(first, height), AsOneRow(second, height), mixRow, background, canvas, width * height, 1);
+        return;
+    }
     const auto bands =
         Stretches(height, Covered(height, first.height, first.offsetY), Covered(height, second.height, second.offsetY));
     const auto columns =

@@ -190,14 +190,6 @@ template <int Neighbours, class Shift>
     sources.unservedCount = unserved;
 }
 
-/// Copies the elements of the given numbers.
-template <class T>
-[[gnu::always_inline]] inline void LoadBlock(const T* in, const std::uint32_t* numbers, int count, T* out) {
-    for (int i = 0; i < count; ++i) {
-        out[i] = in[numbers[i]];
-    }
-}
-
 /// Mixes the elements of the given numbers with their neighbours.
 template <class T>
 [[gnu::always_inline]] inline void MixBlock(const T* in, std::int64_t width, const std::uint32_t* numbers,
@@ -228,7 +220,7 @@ MANI_VECTOR_VARIANTS void ResampleBlock(const T* in, const StExtents& extents, S
         if constexpr (Bilinear) {
             MixBlock(in, width, sources.number, sources.columns.fraction, sources.rows.fraction, count, out);
         } else {
-            LoadBlock(in, sources.number, count, out);
+            PickElements(in, sources.number, count, out);
         }
     }
     if (hasBlocks && sources.unservedCount == 0) {

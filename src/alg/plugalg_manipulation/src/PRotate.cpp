@@ -5,6 +5,7 @@
 
 #include "PRotate.h"
 
+#include "Blocks.h"
 #include "Description.h"
 #include "Elements.h"
 #include "Inputs.h"
@@ -136,22 +137,6 @@ MANI_VECTOR_VARIANTS void FindNearest(StRowLines lines, std::int64_t first, int 
     }
 }
 
-/// Eight loads at a time, none of which then waits for a store in between that might be to its place.
-template <class T> void LoadElements(const T* elements, const std::int32_t* element, int count, T* out) {
-    constexpr int step = 8;
-    int i = 0;
-    for (; i + step <= count; i += step) {
-        T loaded[step];
-        for (int k = 0; k < step; ++k) {
-            loaded[k] = elements[element[i + k]];
-        }
-        std::copy_n(loaded, step, out + i);
-    }
-    for (; i < count; ++i) {
-        out[i] = elements[element[i]];
-    }
-}
-
 MANI_VECTOR_VARIANTS void FindBlockCells(const StRowLines& lines, std::int64_t first, int count, std::int32_t width,
                                          StCells& cells) {
     FindCells(lines, first, count, width, cells);
@@ -237,7 +222,7 @@ public:
     void Prepare(const StRowLines& lines, std::int64_t first, int count) {
         FindNearest(lines, first, count, m_width, m_element);
     }
-    void Block(const StPlane<T>& plane, T* out, int count) { LoadElements(plane.elements, m_element, count, out); }
+    void Block(const StPlane<T>& plane, T* out, int count) { PickElements(plane.elements, m_element, count, out); }
 
 private:
     std::int32_t m_width;

@@ -117,9 +117,7 @@ public:
         if (m_isBlock && m_first < m_end) {
             CopyElements(in + m_sources[m_first], out + m_first, m_end - m_first);
         } else {
-            for (std::int64_t x = m_first; x < m_end; ++x) {
-                out[x] = in[m_sources[x]];
-            }
+            PickElements(in, m_sources + m_first, m_end - m_first, out + m_first);
         }
         std::fill(out + m_end, out + m_count, background);
     }
