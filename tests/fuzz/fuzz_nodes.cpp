@@ -32,15 +32,17 @@ const std::vector<IImage::CType>& Types() {
     std::abort();
 }
 
-std::int64_t Extent(CFuzzInput& input) {
-    const auto byte = input.Take<std::uint8_t>();
-    return byte == 0xff ? std::int64_t{1} << 40 : byte % 10; // a huge extent is possible beside one of 0
-}
-
+/// Small extents, or huge ones beside one of 0.
 CSize Extents(CFuzzInput& input) {
-    const std::int64_t x = Extent(input);
-    const std::int64_t y = Extent(input);
-    return input.Flip() ? CSize(x, y) : CSize(x, y, Extent(input));
+    const std::size_t empty = input.Below(16);
+    const auto extent = [&](std::size_t axis) -> std::int64_t {
+        const std::size_t small = input.Below(10);
+        const bool isHuge = empty < 3 && small == 9;
+        return axis == empty ? 0 : isHuge ? std::int64_t{1} << 40 : static_cast<std::int64_t>(small);
+    };
+    const std::int64_t x = extent(0);
+    const std::int64_t y = extent(1);
+    return empty != 2 && input.Flip() ? CSize(x, y) : CSize(x, y, extent(2));
 }
 
 std::unique_ptr<CImage> Image(CFuzzInput& input) {
@@ -49,6 +51,17 @@ std::unique_ptr<CImage> Image(CFuzzInput& input) {
         input.Fill(image->Buffer().Data(), image->Buffer().Size());
     }
     return image;
+}
+
+/// Tables of labels have an entry for each number up to the largest label, which is to fit into memory here.
+void BoundLabels(CImage& image) {
+    constexpr float largest = 1000000.0F;
+    if (image.Type() == IMAGE_GREY_F) {
+        auto* elements = static_cast<float*>(image.Buffer().Data());
+        std::replace_if(
+            elements, elements + image.Buffer().Size() / sizeof(float), [](float element) { return element > largest; },
+            largest);
+    }
 }
 
 std::unique_ptr<CValue> Scalar(CFuzzInput& input) {
@@ -109,7 +122,7 @@ struct StInput {
     std::unique_ptr<CValue> value;
 };
 
-StInput Input(CFuzzInput& bytes) {
+StInput Input(CFuzzInput& bytes, bool areLabels) {
     StInput input;
     switch (bytes.Below(8)) {
     case 0:
@@ -125,6 +138,9 @@ StInput Input(CFuzzInput& bytes) {
         break;
     default:
         input.image = Image(bytes);
+        if (areLabels) {
+            BoundLabels(*input.image);
+        }
         input.before.reset(input.image->Clone(IImage::EnCloningStrategy::Everything));
         input.value = std::make_unique<CValuePointer<CImage>>(input.image.get());
     }
@@ -171,10 +187,10 @@ void RequireWholeOutputs(const CPNode& node, bool hasFailed) {
     }
 }
 
-void RunOnce(CPNode& node, std::size_t ports, CFuzzInput& input) {
+void RunOnce(CPNode& node, std::size_t ports, bool areLabels, CFuzzInput& input) {
     std::vector<StInput> inputs;
     for (std::size_t slot = 0; slot < ports; ++slot) {
-        inputs.push_back(Input(input));
+        inputs.push_back(Input(input, areLabels));
         node.SetStackInput(static_cast<int>(slot), inputs.back().value.get());
     }
     bool hasFailed = false;
@@ -205,7 +221,8 @@ extern "C" int LLVMFuzzerInitialize(int* /*count*/, char*** /*arguments*/) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     CFuzzInput input(data, size);
-    const std::unique_ptr<IPluginObject> object = Module().Create(input.OneOf(Module().Names()));
+    const std::string& name = input.OneOf(Module().Names());
+    const std::unique_ptr<IPluginObject> object = Module().Create(name);
     auto& node = dynamic_cast<CPNode&>(*object);
     CValueMap setup;
     node.GetPluginSetup(setup);
@@ -217,7 +234,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         } catch (const CException&) { // a parameter of a kind that it can't take
             continue;
         }
-        RunOnce(node, ports, input);
+        RunOnce(node, ports, name.starts_with("LabelTo"), input);
     }
     return 0;
 }
