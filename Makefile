@@ -2,17 +2,22 @@
 
 SOURCES = $(shell find include src tests bench examples -name '*.h' -o -name '*.cpp' 2>/dev/null)
 
-.PHONY: help demo test asan tsan clang coverage check-format format tidy clean
+.PHONY: help demo docs test check-docs asan asan-clang tsan clang coverage bench check-format format tidy package clean
 
 help:
-	@echo "make demo          build the programs and mirror a sample picture"
+	@echo "make demo          build the programs and run them on sample pictures"
+	@echo "make docs          the documentation: build/doc/index.html"
 	@echo "make test          build everything and run every test"
-	@echo "make asan          the tests under the address and undefined-behaviour sanitizers"
+	@echo "make check-docs    the tests of the documentation in a browser"
+	@echo "make asan          the tests under the address and undefined-behaviour sanitizers; make asan-clang by Clang"
 	@echo "make tsan          the tests with several threads under the thread sanitizer"
 	@echo "make clang         the tests, compiled by Clang"
 	@echo "make coverage      the tests, then a report on the lines they reach"
+	@echo "make bench         measure every node beside its peers, into bench/RESULTS.md"
+	@echo "make fuzz          each fuzzer for SECONDS=60, on a corpus that grows in build-fuzz/corpus"
 	@echo "make check-format  tell which files clang-format would change; make format changes them"
 	@echo "make tidy          clang-tidy over everything, or over FILES='regular expressions'"
+	@echo "make package       build the Debian package build/vessa_VERSION_ARCHITECTURE.deb"
 	@echo "make clean         remove what was built"
 
 demo:
@@ -21,26 +26,37 @@ demo:
 	@cmake --build --preset release --target vessa manipulation
 	@scripts/demo.sh build
 
-test:
+docs:
 	@scripts/install_packages.sh build
-	@cmake --preset release -DVESSA_TESTS=ON
+	@cmake --preset release
+	@cmake --build --preset release --target docs
+
+test:
+	@scripts/install_packages.sh build tests
+	@cmake --preset release -DVESSA_TESTS=ON -DVESSA_BROWSER_TESTS=OFF
 	@cmake --build --preset release
 	@ctest --preset release
 
-asan tsan:
-	@scripts/install_packages.sh build
+check-docs:
+	@scripts/install_packages.sh build browser
+	@cmake --preset release -DVESSA_TESTS=ON -DVESSA_BROWSER_TESTS=ON
+	@cmake --build --preset release --target docs
+	@ctest --preset release -L browser
+
+asan asan-clang tsan:
+	@scripts/install_packages.sh build tests checks
 	@cmake --preset $@
 	@cmake --build --preset $@
 	@ctest --preset $@
 
 clang:
-	@scripts/install_packages.sh build checks
+	@scripts/install_packages.sh build tests checks
 	@cmake --preset release-clang
 	@cmake --build --preset release-clang
 	@ctest --preset release-clang
 
 coverage:
-	@scripts/install_packages.sh build coverage
+	@scripts/install_packages.sh build tests coverage
 	@cmake --preset coverage
 	@cmake --build --preset coverage
 	@find build-coverage -name '*.gcda' -delete
@@ -49,6 +65,20 @@ coverage:
 	@gcovr --root . --filter src/ --filter include/ --exclude-throw-branches --exclude-unreachable-branches \
 	  --html-details build-coverage/report/index.html --print-summary build-coverage
 	@echo "the report: build-coverage/report/index.html"
+
+bench:
+	@scripts/install_packages.sh build bench
+	@cmake --preset release -DVESSA_BENCH=ON
+	@cmake --build --preset release --target bench_manipulation
+	@build/bin/bench_manipulation >build/RESULTS.md
+	@mv build/RESULTS.md bench/RESULTS.md
+	@tail -n 2 bench/RESULTS.md
+
+fuzz:
+	@scripts/install_packages.sh build checks
+	@cmake --preset fuzz
+	@cmake --build --preset fuzz
+	@scripts/fuzz.sh build-fuzz $(or $(SECONDS),60)
 
 check-format:
 	@scripts/install_packages.sh checks
@@ -63,5 +93,10 @@ tidy:
 	@cmake --preset release-clang
 	@run-clang-tidy -quiet -p build-clang $(FILES)
 
+package:
+	@scripts/install_packages.sh build package
+	@cmake --preset release -DVESSA_TESTS=OFF
+	@cmake --build --preset release --target package
+
 clean:
-	rm -rf build build-debug build-asan build-tsan build-coverage build-clang
+	rm -rf build build-debug build-asan build-asan-clang build-tsan build-coverage build-clang build-fuzz

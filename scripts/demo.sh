@@ -1,5 +1,6 @@
 #!/bin/sh
-# Mirrors a sample picture with the host program of a build folder, and shows what came of it.
+# Runs a node, a chain of nodes and a graph on sample pictures with the host program of a build folder, and shows what
+# came of it.
 #
 #     scripts/demo.sh build
 set -eu
@@ -41,7 +42,17 @@ figures() {
         }'
 }
 
+# Width and height of a PNG file, which stand as numbers of 4 bytes behind the first 16.
+size() {
+    od -An -v -tu4 --endian=big -j16 -N8 "$1" | awk '{ print $1 " x " $2 }'
+}
+
 before=$(figures "$output/copy.npy")
 after=$(figures "$output/flipped.npy")
 echo "before: samples/particles.png: $before"
 echo "after:  $output/flipped.png: $after"
+
+vessa run Rotate -i samples/workpiece.png --angle 23 then Extract --offset_y 80 --size_y 160 -o "$output/level.png"
+echo "wrote $output/level.png: $(size "$output/level.png")"
+vessa pipeline examples/graphs/straighten.json --output "picture=$output/plate.png"
+echo "wrote $output/plate.png: $(size "$output/plate.png")"

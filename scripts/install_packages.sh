@@ -2,12 +2,16 @@
 # Installs the Debian packages that are missing, as root or through sudo where that asks for no password.
 # Without anything missing it calls no package manager, so that every user can run it.
 #
-#     scripts/install_packages.sh [build] [checks] [coverage]      without a word: build
+#     scripts/install_packages.sh [build] [tests] [bench] [checks] [coverage] [package] [browser]      without a word: build
 set -eu
 
+packages_bench="libbenchmark-dev libopencv-imgproc-dev libvips-dev pkg-config"
 packages_build="cmake g++ libcli11-dev libgtest-dev libpng-dev libtiff-dev make ninja-build nlohmann-json3-dev"
+packages_tests="bash-completion dpkg-dev fish man-db pkg-config python3-jsonschema tidy zsh"
+packages_package="dpkg-dev"
 packages_checks="clang clang-format clang-tidy libclang-rt-14-dev"
 packages_coverage="gcovr"
+packages_browser="chromium chromium-driver python3-selenium"
 
 is_installed() {
     [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
@@ -16,11 +20,16 @@ is_installed() {
 missing=""
 for group in "${@:-build}"; do
     case $group in
+    bench) packages=$packages_bench ;;
     build) packages=$packages_build ;;
+    tests) packages=$packages_tests ;;
     checks) packages=$packages_checks ;;
     coverage) packages=$packages_coverage ;;
+    package) packages=$packages_package ;;
+    browser) packages=$packages_browser ;;
     *)
-        echo "$0: unknown group '$group': allowed are build, checks and coverage" >&2
+    bench) packages=$packages_bench ;;
+        echo "$0: unknown group '$group': allowed are build, tests, bench, checks, coverage, package and browser" >&2
         exit 2
         ;;
     esac

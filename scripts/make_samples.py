@@ -540,6 +540,16 @@ def make_palette():
 
 
 # ---------------------------------------------------------------------------
+# size_classes.png
+# ---------------------------------------------------------------------------
+
+
+def make_size_classes(limits=(1, 100, 200, 400, 800, 1600), count=4096):
+    """The class of each size in pixels: how many of the limits it reaches."""
+    return np.searchsorted(limits, np.arange(count), side="right").astype(np.uint8)[None]
+
+
+# ---------------------------------------------------------------------------
 
 
 def main():
@@ -572,6 +582,7 @@ def main():
     np.save(output / "shift_y.npy", shift_y)
     np.save(output / "map.npy", make_map())
     save_png(output / "palette.png", make_palette())
+    save_png(output / "size_classes.png", make_size_classes())
 
     print(f"{len(particles)} particles")
 

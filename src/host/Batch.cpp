@@ -5,6 +5,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <new>
 #include <ostream>
 #include <thread>
 
@@ -22,11 +23,8 @@ public:
     StBatchResult Run() {
         {
             std::vector<std::jthread> workers; // joined at the end of the block, whatever happens
-            for (unsigned worker = 0; worker < m_options.workers; ++worker) {
-                std::unique_lock lock(m_mutex);
-                ++m_working;
-                lock.unlock();
-                workers.emplace_back([this] { Work(); });
+            workers.reserve(m_options.workers);
+            while (workers.size() < m_options.workers && Start(workers)) {
             }
             Watch();
         }
@@ -37,18 +35,38 @@ public:
     }
 
 private:
+    /// Starts a worker. Where the system gives no thread for it those that there are do the work, or else the caller's
+    /// does, and it gives false.
+    bool Start(std::vector<std::jthread>& workers) {
+        std::unique_lock lock(m_mutex);
+        ++m_working;
+        lock.unlock();
+        try {
+            workers.emplace_back([this] { Work(); });
+            return true;
+        } catch (const std::exception&) {
+            if (workers.empty()) {
+                Work();
+            } else {
+                lock.lock();
+                --m_working;
+            }
+            return false;
+        }
+    }
+
     void Work() {
         while (const StJob* job = Next()) {
             try {
                 const StGraphTimes times = RunGraph(m_graph, job->files, m_options.run);
                 const std::lock_guard lock(m_mutex);
-                ++m_result.done;
                 m_result.times.Add(times);
+                ++m_result.done;
             } catch (const CInterrupted& interrupted) {
                 const std::lock_guard lock(m_mutex);
                 m_signal = interrupted.Signal();
             } catch (...) {
-                Tell(*job, HandledFailure());
+                Fail(*job);
             }
         }
         const std::lock_guard lock(m_mutex);
@@ -63,11 +81,20 @@ private:
         return isStopped || m_next == m_jobs.size() ? nullptr : &m_jobs[m_next++];
     }
 
-    void Tell(const StJob& job, const StFailure& failure) {
-        const bool isNamed = failure.message.find(job.name) != std::string::npos; // by what can't be read or written
+    /// Counts the failure that is being handled, and tells of it.
+    void Fail(const StJob& job) {
         const std::lock_guard lock(m_mutex);
         ++m_result.failed;
         m_progress.Clear();
+        try {
+            Tell(job, HandledFailure());
+        } catch (const std::bad_alloc&) { // not even the words find room
+            m_talk << "vessa: a file failed, since there is not enough memory\n" << std::flush;
+        }
+    }
+
+    void Tell(const StJob& job, const StFailure& failure) {
+        const bool isNamed = failure.message.find(job.name) != std::string::npos; // by what can't be read or written
         m_talk << FailureLine((isNamed ? "" : job.name + ": ") + failure.message) << std::flush;
     }
 

@@ -1,5 +1,7 @@
 #include "Command.h"
 #include "Modules.h"
+#include "NodeArgument.h"
+#include "NodeJson.h"
 #include "NodeText.h"
 
 #include <nlohmann/json.hpp>
@@ -7,29 +9,49 @@
 
 namespace vessa {
 
-void DescribeCommand(const StContext& context, const Arguments& arguments) {
-    CArgumentParser parser("vessa describe", "Tells all that a node says of itself.");
-    std::string name;
+namespace {
+
+struct StDescribeArguments {
+    std::string node;
     std::vector<std::string> plugins;
     bool json = false;
-    parser.App().add_option("NODE", name, "The node's name, as in the list")->type_name("")->required();
-    parser.AddPluginOption(plugins);
-    parser.App().add_flag("--json", json, "Write the description as JSON");
+};
+
+void AddDescribeOptions(CArgumentParser& parser, const StContext& context, StDescribeArguments& said) {
+    AddNodeArgument(parser, context, said.node, said.plugins);
+    parser.AddPluginOption(said.plugins);
+    parser.App().add_flag("--json", said.json, "Write the description as JSON");
+}
+
+} // namespace
+
+void DescribeCommand(const StContext& context, const Arguments& arguments) {
+    CArgumentParser parser("vessa describe", "Tells all that a node says of itself.");
+    StDescribeArguments said;
+    AddDescribeOptions(parser, context, said);
     parser.Parse(arguments);
     parser.RefuseRest();
     if (parser.WantsHelp()) {
         context.out << parser.Help();
         return;
     }
-    const CModules::StNode found = CModules(context.places, plugins, context.err).Make(name);
-    const StNodeDescription node = Describe(name, *found.node);
+    const CModules::StNode found = CModules(context.places, said.plugins, context.err).Make(said.node);
+    const StNodeDescription node = Describe(said.node, *found.node);
     const std::string module = std::filesystem::path(found.file).stem().string();
-    if (json) {
+    if (said.json) {
         constexpr auto replace = nlohmann::ordered_json::error_handler_t::replace;
         context.out << DescriptionJson(node, module).dump(2, ' ', false, replace) << '\n';
     } else {
-        context.out << DescriptionText(node, module, context.width);
+        context.out << DescriptionText(node, module, context.Style());
     }
+}
+
+void CompleteDescribe(const StContext& context, const Arguments& before, CCompletion& completion) {
+    CArgumentParser parser("vessa describe", "");
+    StDescribeArguments said;
+    AddDescribeOptions(parser, context, said);
+    parser.ParseBefore(before);
+    parser.Complete(before, completion);
 }
 
 } // namespace vessa

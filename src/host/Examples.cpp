@@ -40,15 +40,21 @@ std::string PlainForm(const StNodeDescription& node) {
 
 } // namespace
 
-std::string Example(const StPlaces& places, const StNodeDescription& node) {
+std::vector<std::string> ExampleLines(const StPlaces& places, const std::string& node) {
     std::ifstream file(places.samples / "examples.txt");
-    const std::string start = "vessa run " + node.name + " ";
+    const std::string start = "vessa run " + node + " ";
+    std::vector<std::string> lines;
     for (std::string line; std::getline(file, line);) {
         if (line.starts_with(start)) {
-            return WithFolder(line, FolderFromHere(places.samples));
+            lines.push_back(line);
         }
     }
-    return PlainForm(node);
+    return lines;
+}
+
+std::string Example(const StPlaces& places, const StNodeDescription& node) {
+    const std::vector<std::string> lines = ExampleLines(places, node.name);
+    return lines.empty() ? PlainForm(node) : WithFolder(lines.front(), FolderFromHere(places.samples));
 }
 
 } // namespace vessa

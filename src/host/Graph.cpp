@@ -3,11 +3,14 @@
 #include "Errors.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <set>
 
 namespace vessa {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 /// The input that gives a value; the end if none does.
 std::vector<StGraphInput>::const_iterator InputOf(const StGraph& graph, std::size_t value) {
@@ -160,18 +163,25 @@ void SortNodes(StGraph& graph) {
 }
 
 void CheckFiles(const StGraph& graph, const StGraphFiles& files, const StWriteOptions& options) {
+    const auto isStream = [](const auto& input) { return input.file == kStandardStream; };
+    if (std::count_if(files.inputs.begin(), files.inputs.end(), isStream) > 1) {
+        throw CUseError("standard input can't be read for several inputs");
+    }
     for (const StInputFile& input : files.inputs) {
         CheckInputFile(input.file);
     }
-    std::set<std::string> written;
+    std::set<fs::path> written;
     for (std::size_t index = 0; index < files.outputs.size(); ++index) {
         const std::string& file = files.outputs[index];
         if (!file.empty()) {
             CheckOutput(graph, files, graph.outputs[index].value, file, options);
-            if (!written.insert(file).second) {
+            if (!written.insert(fs::path(file).lexically_normal()).second) {
                 throw CUseError(file + ": two outputs can't go to one file");
             }
         }
+    }
+    if (options.format && written.count(std::string(kStandardStream)) == 0) {
+        throw CUseError("--format is for standard output, where nothing goes: a file's name tells its format");
     }
 }
 

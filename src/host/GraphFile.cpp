@@ -100,12 +100,14 @@ private:
             }
             PlaceParameter(*parameter, value, parameters);
         });
-        ForEach(map, "set", [&](const std::string& key, const CValue& value) {
+        ForEach(map, "set", [&](const std::string& key, const CValue& /*value*/) {
             if (FindParameter(*node.description, key) != nullptr) {
                 throw CUseError("the key is declared, so that it belongs into 'parameters'");
             }
-            parameters.SetEntry(CValue_Key(key), value.Clone(EnTfOwnership::Copy));
         });
+        for (const auto& [key, value] : Sub(map, "set")) { // a key may be a number
+            parameters.SetEntry(key, value->Clone(EnTfOwnership::Copy));
+        }
     }
 
     static std::vector<std::string> ParameterKeys(const StNodeDescription& node) {
@@ -131,21 +133,21 @@ private:
         }
         for (std::size_t port = 0; port < ports.size(); ++port) {
             const CValue* wire = wires.Entry(static_cast<long long>(port), false);
-            InTheNameOf("inputs/" + std::to_string(port), [&] { node.inputs.push_back(Wired(ports[port], wire)); });
+            InTheNameOf("inputs/" + std::to_string(port), [&] {
+                if (wire == nullptr && port >= wires.Size() && !ports[port].optional) {
+                    throw CUseError("the node needs this input (" + ports[port].label.Line() +
+                                    "), but nothing is wired to it; null leaves it empty");
+                }
+                node.inputs.push_back(wire == nullptr ? std::nullopt : std::optional(Wired(ports[port], *wire)));
+            });
         }
     }
 
-    std::optional<std::size_t> Wired(const StPort& port, const CValue* wire) const {
-        if (wire == nullptr) {
-            if (!port.optional) {
-                throw CUseError("the node needs this input (" + OneLine(port.label) + "), but nothing is wired to it");
-            }
-            return std::nullopt;
-        }
-        const std::size_t value = ValueNamed(TextOf(*wire));
+    std::size_t Wired(const StPort& port, const CValue& wire) const {
+        const std::size_t value = ValueNamed(TextOf(wire));
         const auto isMap = IsMap(m_graph, value);
         if (isMap && *isMap != port.isMap) {
-            throw CUseError("'" + TextOf(*wire) + "' is " + (*isMap ? "a map" : "an image") + ", but the input takes " +
+            throw CUseError("'" + TextOf(wire) + "' is " + (*isMap ? "a map" : "an image") + ", but the input takes " +
                             (port.isMap ? "a map" : "an image"));
         }
         return value;
@@ -251,8 +253,9 @@ private:
         }
     }
 
+    /// A key as it stands in the file.
     static std::string NameOf(const CValue_Key& key) {
-        return key.IsIndex() ? std::to_string(key.Index()) : std::string(key.Text());
+        return key.IsIndex() ? "$int:" + std::to_string(key.Index()) : std::string(key.Text());
     }
 
     /// The map under `key`; an empty one stands for an absent entry.
@@ -276,11 +279,15 @@ private:
         return value.String().Text();
     }
 
+    /// Checks that a map has no keys but `known`, and that those for people and editors are texts.
     static void RequireKeys(const CValueMap& map, const std::vector<std::string>& known) {
         for (const auto& [key, value] : map) {
             const std::string name = NameOf(key);
             if (std::find(known.begin(), known.end(), name) == known.end()) {
                 throw CUseError("unknown key '" + name + "'" + NearestHint(name, known));
+            }
+            if (name == "description" || name == "$schema") {
+                InTheNameOf(name, [&, &entry = *value] { static_cast<void>(TextOf(entry)); });
             }
         }
     }

@@ -159,7 +159,11 @@ private:
             const std::string& file = m_files.outputs[index];
             if (m_graph.outputs[index].value == value && !file.empty()) {
                 const CStopwatch watch(m_times.writing);
-                m_written.push_back(StageValue(file, *m_values[value].value, m_options.write));
+                StWriteOptions options = m_options.write;
+                if (file != kStandardStream) {
+                    options.format.reset(); // its name tells
+                }
+                m_written.push_back(StageValue(file, *m_values[value].value, options));
                 Release(value);
             }
         }

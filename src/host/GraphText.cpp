@@ -21,12 +21,13 @@ std::string InputText(const StGraphInput& input, const StInputFile& file) {
 std::vector<std::string> Settings(const StGraphNode& node) {
     std::vector<std::string> settings;
     for (const auto& [key, value] : *node.parameters) {
-        const StParameter* parameter = FindParameter(*node.description, key.Text());
+        const std::string name = key.IsIndex() ? std::to_string(key.Index()) : key.Text();
+        const StParameter* parameter = FindParameter(*node.description, name);
         const std::string text = FormatValue(*value);
         const bool isDefault = parameter != nullptr && parameter->Kind() == value->GenericType() &&
                                text == FormatValue(*parameter->standard);
         if (!isDefault) {
-            settings.push_back(key.Text() + "=" + text);
+            settings.push_back(name + "=" + text);
         }
     }
     return settings;

@@ -17,7 +17,10 @@ CInterruptGuard::CInterruptGuard() {
     action.sa_handler = &Take;
     action.sa_flags = static_cast<int>(SA_RESETHAND); // the second one ends the program
     for (std::size_t index = 0; index < kSignals.size(); ++index) {
-        ::sigaction(kSignals[index], &action, &m_before[index]);
+        ::sigaction(kSignals[index], nullptr, &m_before[index]);
+        if (m_before[index].sa_handler != SIG_IGN) { // as under nohup
+            ::sigaction(kSignals[index], &action, nullptr);
+        }
     }
 }
 

@@ -46,13 +46,29 @@ template <class Ports> std::size_t IndexOf(const Ports& ports, const std::string
     return static_cast<std::size_t>(found - ports.begin());
 }
 
+[[noreturn]] void FailToRead(const std::string& file, const std::error_code& failure) {
+    throw CWorkError(file + ": can't be read: " + failure.message());
+}
+
+/// True for a regular file, and for a link that leads to nothing: what is wrong with it is told once it is read.
+bool MayBeRead(const fs::directory_entry& entry) {
+    std::error_code ignored;
+    const fs::file_type type = entry.status(ignored).type();
+    return type == fs::file_type::regular || type == fs::file_type::none || type == fs::file_type::not_found;
+}
+
 std::vector<std::string> FilesInFolder(const std::string& folder) {
     std::vector<std::string> files;
-    for (const auto& entry : fs::directory_iterator(folder)) {
-        const std::string name = entry.path().filename().string();
-        if (!name.starts_with('.') && FormatOf(name) && entry.is_regular_file()) {
-            files.push_back(entry.path().string());
+    std::error_code failure;
+    for (fs::directory_iterator entry(folder, failure); !failure && entry != fs::directory_iterator();
+         entry.increment(failure)) {
+        const std::string name = entry->path().filename().string();
+        if (!name.starts_with('.') && FormatOf(name) && MayBeRead(*entry)) {
+            files.push_back(entry->path().string());
         }
+    }
+    if (failure) {
+        FailToRead(folder, failure);
     }
     std::sort(files.begin(), files.end());
     return files;
@@ -71,9 +87,14 @@ std::vector<std::string> FilesOfPattern(const std::string& pattern) {
 /// The files that the file of one "NAME=FILE" stands for.
 StInputFiles Spread(const StInputFile& said) {
     std::error_code failure;
+    std::error_code ignored;
     const bool isFolder = fs::is_directory(said.file, failure);
-    const bool isPattern = said.file.find_first_of("*?[") != std::string::npos && !fs::exists(said.file, failure);
+    const bool isPattern = said.file.find_first_of("*?[") != std::string::npos && !fs::exists(said.file, ignored);
     if (!isFolder && !isPattern) {
+        const bool isFile = said.file.empty() || said.file == kStandardStream || FormatOf(said.file);
+        if (!isFile && failure) { // it must be meant for a folder
+            FailToRead(said.file, failure);
+        }
         return {{said}};
     }
     StInputFiles spread;
@@ -208,6 +229,13 @@ std::string WithStem(std::string pattern, const std::string& stem) {
     return pattern;
 }
 
+/// The one name of a file that may have several, by links and by ways through the folders.
+fs::path PlaceOf(const std::string& file) {
+    std::error_code failure;
+    const fs::path place = fs::weakly_canonical(file, failure);
+    return failure ? fs::path(file).lexically_normal() : place;
+}
+
 /// Checks that jobs keep out of each other's way.
 void RequireApart(const std::vector<StJob>& jobs) {
     std::set<fs::path> read;
@@ -216,13 +244,18 @@ void RequireApart(const std::vector<StJob>& jobs) {
             if (input.file == kStandardStream) {
                 throw CUseError("standard input can't be read for several files");
             }
-            read.insert(fs::weakly_canonical(input.file));
+            read.insert(PlaceOf(input.file));
         }
     }
+    std::set<fs::path> written;
     for (const StJob& job : jobs) {
         for (const std::string& output : job.files.outputs) {
-            if (!output.empty() && read.count(fs::weakly_canonical(output)) != 0) {
+            const fs::path place = PlaceOf(output);
+            if (!output.empty() && read.count(place) != 0) {
                 throw CUseError(output + ": the output would replace an input");
+            }
+            if (!output.empty() && !written.insert(place).second) {
+                throw CUseError(output + ": two outputs can't go to one file");
             }
         }
     }

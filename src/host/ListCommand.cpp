@@ -17,7 +17,7 @@ void WriteJson(std::ostream& out, const std::vector<CModules::StModule>& modules
     for (const CModules::StModule& module : modules) {
         ordered_json nodes = ordered_json::array();
         for (const StNodeDescription& node : module.nodes) {
-            nodes.push_back({{"name", node.name}, {"subType", node.subType}, {"brief", node.brief}});
+            nodes.push_back({{"name", node.name}, {"subType", node.subType}, {"brief", node.brief.Line()}});
         }
         list.push_back({{"module", module.name}, {"file", module.file}, {"nodes", std::move(nodes)}});
     }
@@ -32,27 +32,43 @@ void WriteText(std::ostream& out, const std::vector<CModules::StModule>& modules
         }
         out << (&module == &modules.front() ? "" : "\n") << module.name << ":\n";
         for (const StNodeDescription& node : module.nodes) {
-            out << "  " << std::left << std::setw(static_cast<int>(widest)) << node.name << "  " << node.brief << '\n';
+            out << "  " << std::left << std::setw(static_cast<int>(widest)) << node.name << "  " << node.brief.Line()
+                << '\n';
         }
     }
+}
+
+struct StListArguments {
+    std::vector<std::string> plugins;
+    bool json = false;
+};
+
+void AddListOptions(CArgumentParser& parser, StListArguments& said) {
+    parser.AddPluginOption(said.plugins);
+    parser.App().add_flag("--json", said.json, "Write the list as JSON");
 }
 
 } // namespace
 
 void ListCommand(const StContext& context, const Arguments& arguments) {
     CArgumentParser parser("vessa list", "Lists the nodes, by the module that they come from.");
-    std::vector<std::string> plugins;
-    bool json = false;
-    parser.AddPluginOption(plugins);
-    parser.App().add_flag("--json", json, "Write the list as JSON");
+    StListArguments said;
+    AddListOptions(parser, said);
     parser.Parse(arguments);
     parser.RefuseRest();
     if (parser.WantsHelp()) {
         context.out << parser.Help();
         return;
     }
-    const auto modules = CModules(context.places, plugins, context.err).All();
-    json ? WriteJson(context.out, modules) : WriteText(context.out, modules);
+    const auto modules = CModules(context.places, said.plugins, context.err).All();
+    said.json ? WriteJson(context.out, modules) : WriteText(context.out, modules);
+}
+
+void CompleteList(const StContext&, const Arguments& before, CCompletion& completion) {
+    CArgumentParser parser("vessa list", "");
+    StListArguments said;
+    AddListOptions(parser, said);
+    parser.Complete(before, completion);
 }
 
 } // namespace vessa

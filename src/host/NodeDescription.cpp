@@ -68,14 +68,12 @@ std::string WithoutKindSentence(std::string text) {
     return text;
 }
 
-std::string PlainBody(const std::string& text) { return WithoutMarkup(WithoutKindSentence(text)); }
-
 /// The ports by their numbers: those of a map have texts as keys, among which "10" comes before "2".
 std::vector<StPort> Ports(const CValueMap& ports) {
     std::vector<StPort> list;
     for (int number = 0; ports.HasEntry(CValue_Key(std::to_string(number))); ++number) {
         const CValue& port = *ports.Entry(CValue_Key(std::to_string(number)), true);
-        list.push_back({WithoutMarkup(TextEntry(port.Meta(), "label")), port.GenericType() == EnValType::Map,
+        list.push_back({CMarkup(TextEntry(port.Meta(), "label")), port.GenericType() == EnValType::Map,
                         port.Meta().EntryBool("optional", false)});
     }
     return list;
@@ -101,7 +99,7 @@ std::vector<StParameter> Parameters(const CValueMap& setup) {
         parameter.standard.reset(value->Clone(EnTfOwnership::Copy));
         parameter.allowed = SplitList(TextEntry(value->Meta(), "val/enValues"));
         parameter.visibleIf = TextEntry(value->Meta(), "visible_if_rpn");
-        parameter.text = PlainBody(TextEntry(value->Meta(), "desc"));
+        parameter.text = CMarkup(WithoutKindSentence(TextEntry(value->Meta(), "desc")));
         if (const auto order = orders.find(parameter.key); order != orders.end()) {
             parameter.order = order->second;
         }
@@ -129,8 +127,8 @@ std::vector<std::string> Keywords(const CValueMap& setup) {
 
 void SplitBrief(StNodeDescription& node, const std::string& body) {
     const std::size_t end = std::min(body.find("\n\n"), body.size());
-    node.brief = OneLine(WithoutMarkup(body.substr(0, end)));
-    node.text = WithoutMarkup(body.substr(end));
+    node.brief = CMarkup(body.substr(0, end));
+    node.text = CMarkup(body.substr(end));
 }
 
 /// Takes over what stands in the text only.
@@ -139,13 +137,13 @@ void AddSection(StNodeDescription& node, const StSection& section) {
     if (section.header == "BRIEF") {
         SplitBrief(node, section.body);
     } else if (section.header == "NOTE") {
-        node.notes.push_back(WithoutMarkup(section.body));
+        node.notes.emplace_back(section.body);
     } else if (section.header == "SEE ALSO") {
-        node.seeAlso = WithoutMarkup(section.body);
+        node.seeAlso = CMarkup(section.body);
     } else if (section.header.starts_with(parameter)) {
         const std::string key = section.header.substr(parameter.size());
         if (FindParameter(node, key) == nullptr) {
-            node.furtherKeys.push_back({key, PlainBody(section.body)});
+            node.furtherKeys.push_back({key, CMarkup(WithoutKindSentence(section.body))});
         }
     }
 }
@@ -153,9 +151,11 @@ void AddSection(StNodeDescription& node, const StSection& section) {
 } // namespace
 
 StNodeDescription Describe(const std::string& name, CPNode& node) {
-    CValueMap setup;
-    node.GetPluginSetup(setup);
+    const auto map = std::make_shared<CValueMap>();
+    node.GetPluginSetup(*map);
+    const CValueMap& setup = *map;
     StNodeDescription description;
+    description.map = map;
     description.name = name;
     description.type = TextEntry(setup, "pluginType");
     description.subType = TextEntry(setup, "subType");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Markup.h"
 #include "vessa.h"
 
 #include <memory>
@@ -13,7 +14,7 @@ namespace vessa {
 
 /// An input or output of a node.
 struct StPort {
-    std::string label;
+    CMarkup label;
     bool isMap = false; ///< it carries a map; all other ports carry an image
     bool optional = false;
 };
@@ -25,7 +26,7 @@ struct StParameter {
     std::vector<std::string> allowed;             ///< the allowed texts; empty if any is
     std::optional<int> order;                     ///< its place in a form, where it has one
     std::string visibleIf;                        ///< the condition, in postfix notation, under which forms show it
-    std::string text;
+    CMarkup text;
 
     QUOR::EnValType Kind() const { return standard->GenericType(); }
 };
@@ -33,26 +34,27 @@ struct StParameter {
 /// A key that the text tells of and that isn't declared.
 struct StFurtherKey {
     std::string key;
-    std::string text;
+    CMarkup text;
 };
 
 struct StNodeDescription {
     std::string name;
     std::string type;
     std::string subType;
-    std::string brief; ///< the first paragraph, as one line
-    std::string text;  ///< what follows it
+    CMarkup brief; ///< the first paragraph
+    CMarkup text;  ///< what follows it
     std::vector<StPort> inputs;
     std::vector<StPort> outputs;
     std::vector<StParameter> parameters; ///< those with a place in forms come first, by their places
     std::vector<StFurtherKey> furtherKeys;
-    std::vector<std::string> notes;
+    std::vector<CMarkup> notes;
     std::vector<std::string> keywords;
-    std::string seeAlso;
+    CMarkup seeAlso;
     std::string page; ///< the file of its documentation, with `%NAME%` for environment variables
+    std::shared_ptr<const QUOR::CValueMap> map; ///< the whole description, as the node gives it
 };
 
-/// What the node called `name` tells of itself. Its texts have no mark-up any more.
+/// What the node called `name` tells of itself.
 StNodeDescription Describe(const std::string& name, QUOR::CPNode& node);
 
 /// The parameter with this key; null if there is none.

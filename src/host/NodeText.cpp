@@ -3,10 +3,7 @@
 #include "ParameterValue.h"
 #include "Text.h"
 
-#include <nlohmann/json.hpp>
-
 using namespace QUOR;
-using nlohmann::ordered_json;
 
 namespace vessa {
 
@@ -15,22 +12,32 @@ namespace {
 constexpr std::size_t kIndent = 2;
 constexpr std::size_t kTextIndent = 6;
 
-/// A heading and the text below it; nothing for an empty text.
-std::string Block(const std::string& heading, const std::string& text) {
-    return text.empty() ? "" : "\n" + heading + ":\n" + text;
+constexpr const char* kBold = "\033[1m";
+constexpr const char* kCyan = "\033[36m";
+constexpr const char* kPlain = "\033[0m";
+
+/// The text as the terminal shows it after the control sequence `look`, from its first letter to its last one.
+std::string Shown(const std::string& text, const char* look, const StTextStyle& style) {
+    const std::size_t first = text.find_first_not_of(" \n");
+    if (!style.coloured || first == std::string::npos) {
+        return text;
+    }
+    const std::size_t end = text.find_last_not_of(" \n") + 1;
+    return text.substr(0, first) + look + text.substr(first, end - first) + kPlain + text.substr(end);
 }
 
-/// What is typed to give the parameter another value than its default: "--key", "--key=false" or "--key VALUE", or an
-/// assignment where the key is no option.
-std::string OptionForm(const StParameter& parameter) {
-    if (!HasOption(parameter)) {
-        return "--set " + parameter.key + "=VALUE";
-    }
-    const std::string option = "--" + parameter.key;
-    if (parameter.Kind() == EnValType::Bool) {
-        return option + (parameter.standard->Bool() ? "=false" : "");
-    }
-    return option + (parameter.Kind() == EnValType::String ? " TEXT" : " NUMBER");
+/// A heading and the text below it; nothing for an empty text.
+std::string Block(const std::string& heading, const std::string& text, const StTextStyle& style) {
+    return text.empty() ? "" : Shown("\n" + heading + ":\n", kBold, style) + text;
+}
+
+/// The name of a thing that is told of in the lines below it.
+std::string NameLine(const std::string& name, const StTextStyle& style) {
+    return Shown(Wrap(name, kIndent, style.width), kCyan, style);
+}
+
+std::string TextLines(const CMarkup& text, std::size_t indent, const StTextStyle& style) {
+    return Wrap(text.Plain(), indent, style.width);
 }
 
 std::string ParameterFacts(const StParameter& parameter) {
@@ -41,35 +48,38 @@ std::string ParameterFacts(const StParameter& parameter) {
     return facts;
 }
 
-std::string PortsText(const std::vector<StPort>& ports, std::size_t width) {
+std::string PortsText(const std::vector<StPort>& ports, const StTextStyle& style) {
     std::string text;
     for (std::size_t number = 0; number < ports.size(); ++number) {
         const StPort& port = ports[number];
-        text +=
-            Wrap(std::to_string(number) + "  " + (port.isMap ? "map" : "image") + (port.optional ? ", optional" : ""),
-                 kIndent, width);
-        text += Wrap(port.label, kTextIndent, width);
+        const std::string kind = (port.isMap ? "map" : "image") + std::string(port.optional ? ", optional" : "");
+        text += NameLine(std::to_string(number) + " " + kind, style) + TextLines(port.label, kTextIndent, style);
     }
     return text;
 }
 
-std::string ParametersText(const StNodeDescription& node, std::size_t width) {
+std::string ParametersText(const StNodeDescription& node, const StTextStyle& style) {
     std::string text;
     for (const StParameter& parameter : node.parameters) {
-        text += Wrap(OptionForm(parameter), kIndent, width);
-        text += Wrap(ParameterFacts(parameter), kTextIndent, width);
-        text += Wrap(parameter.text, kTextIndent, width);
+        text += NameLine(OptionForm(parameter), style) + Wrap(ParameterFacts(parameter), kTextIndent, style.width) +
+                TextLines(parameter.text, kTextIndent, style);
     }
     return text;
 }
 
 /// Texts about keys that aren't declared: a node that reads such a key takes it by `--set`.
-std::string FurtherKeysText(const StNodeDescription& node, std::size_t width) {
+std::string FurtherKeysText(const StNodeDescription& node, const StTextStyle& style) {
     std::string text;
     for (const StFurtherKey& key : node.furtherKeys) {
-        text += Wrap(key.key, kIndent, width) + Wrap(key.text, kTextIndent, width);
+        text += NameLine(key.key, style) + TextLines(key.text, kTextIndent, style);
     }
     return text;
+}
+
+/// The node's name and what it is for.
+std::string TitleText(const StNodeDescription& node, const StTextStyle& style) {
+    std::string title = Wrap(node.name + ": " + node.brief.Line(), 0, style.width);
+    return Shown(title.substr(0, node.name.size()), kBold, style) + title.substr(node.name.size());
 }
 
 std::string UsageLine(const StNodeDescription& node) {
@@ -83,101 +93,42 @@ std::string UsageLine(const StNodeDescription& node) {
     return line + (node.parameters.empty() ? "" : " [--KEY VALUE]...") + " [--set KEY=VALUE]...\n";
 }
 
-ordered_json PortsJson(const std::vector<StPort>& ports, bool inputs) {
-    ordered_json list = ordered_json::array();
-    for (const StPort& port : ports) {
-        ordered_json entry{{"kind", port.isMap ? "map" : "image"}, {"label", OneLine(port.label)}};
-        if (inputs) {
-            entry["optional"] = port.optional;
-        }
-        list.push_back(std::move(entry));
-    }
-    return list;
-}
+} // namespace
 
-ordered_json ValueJson(const CValue& value) {
-    switch (value.GenericType()) {
-    case EnValType::Bool:
-        return value.Bool();
-    case EnValType::Long:
-        return value.Long();
-    case EnValType::Double:
-        return value.Double();
-    case EnValType::String:
-        return value.String().Text();
-    default:
-        return nullptr;
+std::string OptionForm(const StParameter& parameter) {
+    if (!HasOption(parameter)) {
+        return "--set " + parameter.key + "=VALUE";
     }
-}
-
-ordered_json ParameterJson(const StParameter& parameter) {
-    ordered_json entry{
-        {"key", parameter.key}, {"kind", KindWord(parameter.Kind())}, {"default", ValueJson(*parameter.standard)}};
-    if (!parameter.allowed.empty()) {
-        entry["allowed"] = parameter.allowed;
+    const std::string option = "--" + parameter.key;
+    if (parameter.Kind() == EnValType::Bool) {
+        return option + (parameter.standard->Bool() ? "=false" : "");
     }
-    if (parameter.order) {
-        entry["order"] = *parameter.order;
-    }
-    if (!parameter.visibleIf.empty()) {
-        entry["visibleIf"] = parameter.visibleIf;
-    }
-    entry["text"] = OneLine(parameter.text);
-    return entry;
+    return option + (parameter.Kind() == EnValType::String ? " TEXT" : " NUMBER");
 }
 
 std::string PageFile(const StNodeDescription& node) { return CStringTools::UnwrapEnvVars(node.page.c_str()); }
 
-} // namespace
-
 std::string HelpText(const StNodeDescription& node, const std::string& options, const std::string& example,
-                     std::size_t width) {
-    return Wrap(node.name + ": " + node.brief, 0, width) + "\n" + UsageLine(node) +
-           Block("Inputs", PortsText(node.inputs, width)) + Block("Outputs", PortsText(node.outputs, width)) +
-           Block("Parameters", ParametersText(node, width)) + options + Block("Example", "  " + example + "\n");
+                     const StTextStyle& style) {
+    return TitleText(node, style) + "\n" + UsageLine(node) + Block("Inputs", PortsText(node.inputs, style), style) +
+           Block("Outputs", PortsText(node.outputs, style), style) +
+           Block("Parameters", ParametersText(node, style), style) + options +
+           Block("Example", "  " + example + "\n", style);
 }
 
-std::string DescriptionText(const StNodeDescription& node, const std::string& module, std::size_t width) {
+std::string DescriptionText(const StNodeDescription& node, const std::string& module, const StTextStyle& style) {
     std::string notes;
-    for (const std::string& note : node.notes) {
-        notes += Wrap(note, kIndent, width);
+    for (const CMarkup& note : node.notes) {
+        notes += TextLines(note, kIndent, style);
     }
-    return Wrap(node.name + ": " + node.brief, 0, width) +
-           Wrap("module " + module + ", " + node.type + "/" + node.subType, 0, width) +
-           Block("Description", Wrap(node.text, kIndent, width)) + Block("Inputs", PortsText(node.inputs, width)) +
-           Block("Outputs", PortsText(node.outputs, width)) + Block("Parameters", ParametersText(node, width)) +
-           Block("Not declared, but in the text", FurtherKeysText(node, width)) + Block("Notes", notes) +
-           Block("Keywords", Wrap(Join(node.keywords, ", "), kIndent, width)) +
-           Block("See also", Wrap(node.seeAlso, kIndent, width)) + Block("Page", Wrap(PageFile(node), kIndent, width));
-}
-
-ordered_json DescriptionJson(const StNodeDescription& node, const std::string& module) {
-    ordered_json parameters = ordered_json::array();
-    for (const StParameter& parameter : node.parameters) {
-        parameters.push_back(ParameterJson(parameter));
-    }
-    ordered_json furtherKeys = ordered_json::array();
-    for (const StFurtherKey& key : node.furtherKeys) {
-        furtherKeys.push_back({{"key", key.key}, {"text", OneLine(key.text)}});
-    }
-    std::vector<std::string> notes;
-    for (const std::string& note : node.notes) {
-        notes.push_back(OneLine(note));
-    }
-    return {{"name", node.name},
-            {"module", module},
-            {"type", node.type},
-            {"subType", node.subType},
-            {"brief", node.brief},
-            {"text", OneLine(node.text)},
-            {"inputs", PortsJson(node.inputs, true)},
-            {"outputs", PortsJson(node.outputs, false)},
-            {"parameters", std::move(parameters)},
-            {"furtherKeys", std::move(furtherKeys)},
-            {"notes", notes},
-            {"keywords", node.keywords},
-            {"seeAlso", OneLine(node.seeAlso)},
-            {"page", PageFile(node)}};
+    const auto block = [&](const char* heading, const std::string& text) { return Block(heading, text, style); };
+    return TitleText(node, style) + Wrap("module " + module + ", " + node.type + "/" + node.subType, 0, style.width) +
+           block("Description", TextLines(node.text, kIndent, style)) + block("Inputs", PortsText(node.inputs, style)) +
+           block("Outputs", PortsText(node.outputs, style)) + block("Parameters", ParametersText(node, style)) +
+           block("Not declared, but in the text", FurtherKeysText(node, style)) + block("Notes", notes) +
+           block("Keywords", Wrap(Join(node.keywords, ", "), kIndent, style.width)) +
+           block("See also", TextLines(node.seeAlso, kIndent, style)) +
+           block("Page", Wrap(PageFile(node), kIndent, style.width));
 }
 
 } // namespace vessa

@@ -119,13 +119,16 @@ std::size_t COutputFile::Read(std::uint64_t offset, void* data, std::size_t coun
     return ReadAt(m_handle.Number(), offset, data, count);
 }
 
-void COutputFile::Commit() {
-    if (m_error == 0) {
-        m_place.empty() ? CopyToStandardOutput() : MoveToPlace();
-    }
+void COutputFile::RequireWritten() const {
     if (m_error != 0) {
         FailToWrite(m_name, SystemMessage(m_error));
     }
+}
+
+void COutputFile::Commit() {
+    RequireWritten();
+    m_place.empty() ? CopyToStandardOutput() : MoveToPlace();
+    RequireWritten();
 }
 
 void COutputFile::MoveToPlace() {

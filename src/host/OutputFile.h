@@ -35,6 +35,8 @@ public:
     /// Reads what has been written, as `CInputFile::Read`.
     std::size_t Read(std::uint64_t offset, void* data, std::size_t count) const noexcept;
 
+    /// Raises a `CFileError` if an earlier `Write` has failed.
+    void RequireWritten() const;
     /// Moves the file to its place, or copies it to standard output. Raises a `CFileError` if that, or an earlier
     /// `Write`, fails.
     void Commit();

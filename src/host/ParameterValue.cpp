@@ -106,6 +106,16 @@ std::unique_ptr<CValue> ParseValue(const StParameter& parameter, const std::stri
     return ParseValue(parameter.Kind(), text);
 }
 
+void OfferValues(const StParameter& parameter, CCompletion& completion) {
+    const bool isBool = parameter.Kind() == EnValType::Bool;
+    for (const std::string& text : isBool ? std::vector<std::string>{"true", "false"} : parameter.allowed) {
+        completion.Offer(text);
+    }
+    if (parameter.Kind() == EnValType::String && parameter.allowed.empty()) {
+        completion.OfferFiles();
+    }
+}
+
 std::uint64_t ParseByteSize(const std::string& text) {
     std::string_view rest = text;
     const std::string_view digits = TakeDigits(rest);

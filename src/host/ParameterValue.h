@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Completion.h"
 #include "NodeDescription.h"
 
 #include <cstdint>
@@ -16,6 +17,10 @@ std::unique_ptr<QUOR::CValue> ParseValue(QUOR::EnValType kind, const std::string
 
 /// The value for a declared parameter, checked against its allowed texts.
 std::unique_ptr<QUOR::CValue> ParseValue(const StParameter& parameter, const std::string& text);
+
+/// What the shells offer as a text for a declared parameter: allowed texts and truth values. A text of any other form
+/// can be that of a path.
+void OfferValues(const StParameter& parameter, CCompletion& completion);
 
 /// The value of the kind that `text` looks like: a boolean for "true" and "false", an integer, a floating number, or a
 /// text for all else.

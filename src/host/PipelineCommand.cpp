@@ -29,10 +29,25 @@ struct StPipelineArguments {
     StRunArguments run;
 };
 
+/// Offers NAME= for each of these, and files behind it.
+template <class Ports> void OfferPorts(const Ports& ports, CCompletion& completion) {
+    const std::size_t equals = completion.Word().find('=');
+    if (equals == std::string::npos) {
+        for (const auto& port : ports) {
+            completion.Offer(port.name + "=");
+        }
+    } else {
+        completion.Settle(equals + 1);
+        completion.OfferFiles(KnownEndings());
+    }
+}
+
 void AddPipelineOptions(CArgumentParser& parser, StPipelineArguments& said) {
     constexpr unsigned mostWorkers = 1024;
     CLI::App& app = parser.App();
-    app.add_option("GRAPH", said.graph, "The graph, a .json file")->type_name("")->required();
+    const CLI::Option* graph =
+        app.add_option("GRAPH", said.graph, "The graph, a .json file")->type_name("")->required();
+    parser.SetOffers(graph, [](CCompletion& completion) { completion.OfferFiles({"json"}); });
     parser.AddList("-i,--input", said.inputs, "File of an input; a folder or a pattern stands for many")
         ->type_name("NAME=FILE[@TYPE]");
     parser
@@ -40,7 +55,7 @@ void AddPipelineOptions(CArgumentParser& parser, StPipelineArguments& said) {
         ->type_name("NAME=FILE");
     app.add_option("-j,--jobs", said.workers, "Files that are worked on at a time")
         ->type_name("NUMBER")
-        ->check(CLI::Range(1U, mostWorkers))
+        ->check(CLI::Range(1U, mostWorkers).description(""))
         ->take_last();
     app.add_flag("--resume", said.resume, "Pass over files whose outputs are there and newer");
     app.add_flag("--stop-on-error", said.stopOnError, "Begin no further file once one has failed");
@@ -57,8 +72,11 @@ void RequireFolders(const std::vector<StJob>& jobs) {
         }
     }
     for (const fs::path& folder : folders) {
-        if (!folder.empty() && !fs::is_directory(folder)) {
-            throw CWorkError(folder.string() + ": there is no such folder for the outputs");
+        std::error_code failure;
+        if (!folder.empty() && !fs::is_directory(folder, failure)) {
+            const bool isHidden = failure && failure != std::errc::no_such_file_or_directory;
+            throw CWorkError(folder.string() + (isHidden ? ": the outputs can't go there: " + failure.message()
+                                                         : ": there is no such folder for the outputs"));
         }
     }
 }
@@ -152,6 +170,22 @@ void PipelineCommand(const StContext& context, const Arguments& arguments) {
     }
     parser.RefuseRest();
     RunPipeline(context, said);
+}
+
+void CompletePipeline(const StContext& context, const Arguments& before, CCompletion& completion) {
+    CArgumentParser parser("vessa pipeline", "");
+    StPipelineArguments said;
+    AddPipelineOptions(parser, said);
+    parser.ParseBefore(before);
+    const auto offer = [&](auto StGraph::*ports, CCompletion& offers) {
+        CModules modules(context.places, said.run.plugins, context.err);
+        const StGraph graph = ReadGraph(said.graph, modules);
+        OfferPorts(graph.*ports, offers);
+    };
+    parser.SetOffers(parser.App().get_option("--input"), [&](CCompletion& offers) { offer(&StGraph::inputs, offers); });
+    parser.SetOffers(parser.App().get_option("--output"),
+                     [&](CCompletion& offers) { offer(&StGraph::outputs, offers); });
+    parser.Complete(before, completion);
 }
 
 } // namespace vessa

@@ -55,6 +55,22 @@ StInputFile ParseInput(const std::string& text) {
 
 std::string ParseOutput(const std::string& text) { return text == kNoFile ? "" : text; }
 
+void OfferInputs(CCompletion& completion) {
+    OfferOutputs(completion);
+    const std::size_t at = completion.Word().rfind('@');
+    if (at != std::string::npos) {
+        completion.Settle(at + 1);
+        for (const IImage::CType& type : AllTypes()) {
+            completion.Offer(type.ToString());
+        }
+    }
+}
+
+void OfferOutputs(CCompletion& completion) {
+    completion.Offer(kNoFile, "no file");
+    completion.OfferFiles(KnownEndings());
+}
+
 void CheckInputFile(const std::string& file) {
     if (!file.empty() && file != kStandardStream && !FormatOf(file)) {
         throw CUseError(

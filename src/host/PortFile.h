@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Completion.h"
 #include "ValueFile.h"
 
 #include <optional>
@@ -21,6 +22,12 @@ StInputFile ParseInput(const std::string& text);
 
 /// The file that FILE or "none" names; "" for the latter: the output isn't written.
 std::string ParseOutput(const std::string& text);
+
+/// What the shells offer in the place of these.
+/// @{
+void OfferInputs(CCompletion& completion);
+void OfferOutputs(CCompletion& completion);
+/// @}
 
 /// The element type of this name. Raises a `CUseError` if there is none.
 QUOR::IImage::CType TypeNamed(const std::string& name);

@@ -7,17 +7,22 @@
 #include <array>
 #include <iomanip>
 #include <ostream>
+#include <sstream>
 
 namespace vessa {
 
 namespace {
 
 constexpr std::array kCommands{
-    StCommand{"list", "List the nodes", &ListCommand},
-    StCommand{"describe", "Tell all that a node says of itself", &DescribeCommand},
-    StCommand{"run", "Run a node, or a chain of nodes, on files", &RunCommand},
-    StCommand{"pipeline", "Run a graph of nodes on one file or on many", &PipelineCommand},
+    StCommand{"list", "List the nodes", &ListCommand, &CompleteList},
+    StCommand{"describe", "Tell all that a node says of itself", &DescribeCommand, &CompleteDescribe},
+    StCommand{"run", "Run a node, or a chain of nodes, on files", &RunCommand, &CompleteRun},
+    StCommand{"pipeline", "Run a graph of nodes on one file or on many", &PipelineCommand, &CompletePipeline},
+    StCommand{"doc", "Make the documentation of all nodes as HTML", &DocCommand, &CompleteDoc},
 };
+
+/// The command that the shells' scripts call: "complete -- WORDS...". No list of commands shows it.
+constexpr const char* kComplete = "complete";
 
 void WriteHelp(std::ostream& out) {
     out << "Image-processing nodes on files.\n\nUsage: vessa COMMAND [ARGUMENTS]\n\nCommands:\n";
@@ -44,11 +49,53 @@ const StCommand& CommandNamed(const std::string& name) {
     return *found;
 }
 
-void Dispatch(const StContext& context, const Arguments& arguments) {
+void AddProgramOptions(CArgumentParser& parser, bool& version) {
+    parser.App().add_flag("--version", version, "Show the version and end");
+    parser.App().prefix_command(); // the first word and all behind it are the command's
+}
+
+void OfferCommands(CCompletion& completion) {
+    for (const StCommand& command : kCommands) {
+        completion.Offer(command.name, command.brief);
+    }
+}
+
+/// Offers what may follow the words `before`.
+void Complete(const StContext& context, const Arguments& before, CCompletion& completion) {
+    const auto command =
+        std::find_if(before.begin(), before.end(), [](const std::string& word) { return !word.starts_with('-'); });
+    if (command != before.end()) {
+        CommandNamed(*command).complete(context, {command + 1, before.end()}, completion);
+        return;
+    }
     CArgumentParser parser("vessa", "");
     bool version = false;
-    parser.App().add_flag("--version", version);
-    parser.App().prefix_command(); // the first word and all behind it are the command's
+    AddProgramOptions(parser, version);
+    parser.SetOffers(parser.App().add_option("COMMAND"), &OfferCommands);
+    parser.Complete(before, completion);
+}
+
+/// Writes what may stand in the place of the last word. A shell that asks can't show a failure: nothing is offered
+/// then.
+void CompleteCommand(const StContext& context, const Arguments& words) {
+    CCompletion completion(words.empty() ? "" : words.back());
+    std::ostringstream talk;
+    try {
+        Complete({talk, talk, context.width, context.places}, {words.begin(), words.end() - (words.empty() ? 0 : 1)},
+                 completion);
+    } catch (...) {
+    }
+    context.out << completion.Text();
+}
+
+void Dispatch(const StContext& context, const Arguments& arguments) {
+    if (arguments.size() > 1 && arguments[0] == kComplete && arguments[1] == "--") {
+        CompleteCommand(context, {arguments.begin() + 2, arguments.end()});
+        return;
+    }
+    CArgumentParser parser("vessa", "");
+    bool version = false;
+    AddProgramOptions(parser, version);
     parser.Parse(arguments);
     const std::vector<std::string> rest = parser.App().remaining();
     if (version) {

@@ -20,12 +20,18 @@ std::size_t MachineMemory() {
 
 void AddRunOptions(CArgumentParser& parser, StRunArguments& said) {
     CLI::App& app = parser.App();
-    app.add_option("--format", said.format, "Format of standard output, '-': " + Join(FormatNames(), ", "))
-        ->type_name("FORMAT")
-        ->take_last();
+    const CLI::Option* format =
+        app.add_option("--format", said.format, "Format of standard output, '-': " + Join(FormatNames(), ", "))
+            ->type_name("FORMAT")
+            ->take_last();
+    parser.SetOffers(format, [](CCompletion& completion) {
+        for (const std::string& name : FormatNames()) {
+            completion.Offer(name);
+        }
+    });
     app.add_option("--png-level", said.pngLevel, "Compression of PNG files, 0 (fast) to 9 (small)")
         ->type_name("NUMBER")
-        ->check(CLI::Range(0, 9))
+        ->check(CLI::Range(0, 9).description(""))
         ->take_last();
     app.add_option("--max-memory", said.maxMemory, "Most memory that all images together may take, as in 512M or 4G")
         ->type_name("SIZE")

@@ -3,8 +3,11 @@
 #include "GraphRun.h"
 #include "GraphText.h"
 #include "Modules.h"
+#include "NodeArgument.h"
 #include "NodeParameters.h"
 #include "NodeText.h"
+#include "ParameterValue.h"
+#include "PortFile.h"
 #include "RunArguments.h"
 #include "Text.h"
 
@@ -42,13 +45,19 @@ std::string TypesHelp(std::size_t width) {
 }
 
 /// The options that every node has.
-void AddStepOptions(CArgumentParser& parser, StStepArguments& step) {
-    parser.App().add_option("NODE", step.node, "The node's name, as in the list")->type_name("")->required();
-    parser
-        .AddList("-i,--input", step.inputs, "File for the next input, '-' for standard input, 'none' for an empty one")
-        ->type_name("FILE[@TYPE]");
-    parser.AddList("-o,--output", step.outputs, "File for the next output, '-' for standard output, 'none' to drop it")
-        ->type_name("FILE");
+void AddStepOptions(CArgumentParser& parser, const StContext& context, StStepArguments& step,
+                    const std::vector<std::string>& plugins) {
+    AddNodeArgument(parser, context, step.node, plugins);
+    const CLI::Option* input = parser
+                                   .AddList("-i,--input", step.inputs,
+                                            "File for the next input, '-' for standard input, 'none' for an empty one")
+                                   ->type_name("FILE[@TYPE]");
+    parser.SetOffers(input, &OfferInputs);
+    const CLI::Option* output = parser
+                                    .AddList("-o,--output", step.outputs,
+                                             "File for the next output, '-' for standard output, 'none' to drop it")
+                                    ->type_name("FILE");
+    parser.SetOffers(output, &OfferOutputs);
     parser.AddList("--set", step.assignments, "Parameter that isn't declared")->type_name("KEY[:KIND]=VALUE");
 }
 
@@ -66,6 +75,26 @@ std::vector<CLI::Option*> AddParameterOptions(CLI::App& app, const StNodeDescrip
         options.push_back(option);
     }
     return options;
+}
+
+/// What the shells offer of the node's own options and keys.
+void OfferParameters(CArgumentParser& parser, const StNodeDescription& node) {
+    for (const StParameter& parameter : node.parameters) {
+        if (HasOption(parameter)) {
+            CLI::Option* option = parser.App().get_option("--" + parameter.key)->description(parameter.text.Line());
+            parser.SetOffers(option, [&parameter](CCompletion& completion) { OfferValues(parameter, completion); });
+        }
+    }
+    parser.SetOffers(parser.App().get_option("--set"), [&node](CCompletion& completion) {
+        for (const StParameter& parameter : node.parameters) {
+            if (!HasOption(parameter)) {
+                completion.Offer(parameter.key + "=", parameter.text.Line());
+            }
+        }
+        for (const StFurtherKey& key : node.furtherKeys) {
+            completion.Offer(key.key + "=", key.text.Line());
+        }
+    });
 }
 
 void PlaceParameters(const StNodeDescription& node, const std::vector<CLI::Option*>& options,
@@ -114,15 +143,15 @@ public:
         const std::string& name = description.name;
         StGraphNode node;
         node.description = std::make_shared<StNodeDescription>(description);
-        CArgumentParser parser("vessa run " + name, node.description->brief);
+        CArgumentParser parser("vessa run " + name, node.description->brief.Line());
         StStepArguments step;
-        AddStepOptions(parser, step);
+        AddStepOptions(parser, m_context, step, m_said.plugins);
         AddRunOptions(parser, m_said);
         const std::vector<CLI::Option*> options = AddParameterOptions(parser.App(), *node.description);
         parser.Parse(arguments);
         if (parser.WantsHelp()) {
             m_context.out << HelpText(*node.description, parser.OptionsHelp() + TypesHelp(m_context.width),
-                                      Example(m_context.places, *node.description), m_context.width);
+                                      Example(m_context.places, *node.description), m_context.Style());
             return false;
         }
         parser.RefuseRest();
@@ -249,7 +278,7 @@ void RunCommand(const StContext& context, const Arguments& arguments) {
                                "option of its own: 'vessa run NODE --help' shows them.");
         StStepArguments step;
         StRunArguments said;
-        AddStepOptions(parser, step);
+        AddStepOptions(parser, context, step, said.plugins);
         AddRunOptions(parser, said);
         parser.Parse(words);
         if (step.node.empty()) { // Parse has seen to it that help is wanted
@@ -269,6 +298,27 @@ void RunCommand(const StContext& context, const Arguments& arguments) {
         }
     }
     RunChain(context, chain.Finish(), said);
+}
+
+void CompleteRun(const StContext& context, const Arguments& before, CCompletion& completion) {
+    const Arguments words = Steps(before).back(); // what is typed belongs to the last node
+    CArgumentParser parser("vessa run", "");
+    StStepArguments step;
+    StRunArguments said;
+    AddStepOptions(parser, context, step, said.plugins);
+    AddRunOptions(parser, said);
+    parser.ParseBefore(words);
+    if (step.node.empty()) {
+        parser.Complete(words, completion);
+        return;
+    }
+    CModules modules(context.places, said.plugins, context.err);
+    const StNodeDescription node = Describe(step.node, *modules.Make(step.node).node);
+    AddParameterOptions(parser.App(), node);
+    OfferParameters(parser, node);
+    parser.SetOffers(parser.App().add_option("THEN"),
+                     [](CCompletion& offers) { offers.Offer(kThen, "Pass the result on to another node"); });
+    parser.Complete(words, completion);
 }
 
 } // namespace vessa

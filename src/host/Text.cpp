@@ -102,22 +102,6 @@ std::string OneLine(std::string_view text) {
     return line;
 }
 
-std::string WithoutMarkup(std::string_view text) {
-    std::string plain;
-    while (!text.empty()) {
-        std::size_t mark = 0;
-        if (text.starts_with("\\a ") || text.starts_with("\\f$")) {
-            mark = 3;
-        } else if (text.starts_with("\\\n") || text == "\\") {
-            mark = 1;
-        } else {
-            plain.push_back(text.front());
-        }
-        text.remove_prefix(std::max<std::size_t>(mark, 1));
-    }
-    return plain;
-}
-
 std::string Wrap(std::string_view text, std::size_t indent, std::size_t width) {
     std::string out;
     std::string paragraph;

@@ -26,8 +26,11 @@ std::vector<std::string> SplitList(std::string_view list);
 /// The text as one line: every run of blanks and line ends is one blank.
 std::string OneLine(std::string_view text);
 
-/// The text without its mark-up: names lose their mark, formulas their brackets, line ends a backslash before them.
-std::string WithoutMarkup(std::string_view text);
+/// How texts for people are shown.
+struct StTextStyle {
+    std::size_t width = 80; ///< letters in a line
+    bool coloured = false;  ///< on a terminal that shows bold letters and colours
+};
 
 /// The text in lines of at most `width` letters, each with `indent` blanks before it and a line end behind. Paragraphs
 /// are filled anew; a line that begins with a blank or as an item of a list begins a line here, too.

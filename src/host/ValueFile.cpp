@@ -125,13 +125,6 @@ std::unique_ptr<CValue> ReadMap(const CInputFile& file, const StReadOptions& opt
     return MapFromJson(text, file.Name());
 }
 
-std::unique_ptr<CValue> ReadImage(const CInputFile& file, const StImageFormat& format, const StReadOptions& options) {
-    auto image = format.read(file, options);
-    auto value = std::make_unique<QUOR::CValueOwnedPointer<CImage>>(image.get());
-    static_cast<void>(image.release()); // the value owns it
-    return value;
-}
-
 /// The name of a file in messages.
 std::string Shown(const std::string& file, const char* stream) { return file == kStandardStream ? stream : file; }
 
@@ -151,6 +144,7 @@ std::unique_ptr<COutputFile> StageMap(const std::string& file, const QUOR::CValu
     const std::string text = JsonFromMap(map, Shown(file, kStandardOutput)).dump(2) + "\n";
     auto output = std::make_unique<COutputFile>(file);
     output->Append(text.data(), text.size());
+    output->RequireWritten();
     return output;
 }
 
@@ -162,6 +156,7 @@ std::unique_ptr<COutputFile> StageImage(const std::string& file, const StImageFo
     format.check(Shown(file, kStandardOutput), image);
     auto output = std::make_unique<COutputFile>(file);
     format.write(*output, image, options);
+    output->RequireWritten();
     return output;
 }
 
@@ -221,6 +216,14 @@ const std::vector<std::string>& FormatNames() {
     return names;
 }
 
+std::vector<std::string> KnownEndings() {
+    std::vector<std::string> endings;
+    for (const auto& [ending, format] : kEndings) {
+        endings.emplace_back(ending.substr(1));
+    }
+    return endings;
+}
+
 std::optional<EnFormat> FormatOf(const std::string& file) {
     const auto* found = std::find_if(kEndings.begin(), kEndings.end(),
                                      [&](const auto& ending) { return EndsWith(file, ending.first); });
@@ -228,11 +231,17 @@ std::optional<EnFormat> FormatOf(const std::string& file) {
 }
 
 std::unique_ptr<CValue> ReadValue(const std::string& file, const StReadOptions& options) {
-    return WithFileErrors(Shown(file, kStandardInput), [&] {
+    return WithFileErrors(Shown(file, kStandardInput), [&]() -> std::unique_ptr<CValue> {
         const auto told = file == kStandardStream ? std::nullopt : std::optional(FormatOfEnding(file));
         const CInputFile input(file);
         const StFormat& format = Entry(told ? *told : FormatOfContent(input));
-        return format.images == nullptr ? ReadMap(input, options) : ReadImage(input, *format.images, options);
+        if (format.images == nullptr) {
+            return ReadMap(input, options);
+        }
+        auto image = format.images->read(input, options);
+        auto value = std::make_unique<QUOR::CValueOwnedPointer<CImage>>(image.get());
+        static_cast<void>(image.release()); // the value owns it
+        return value;
     });
 }
 

@@ -35,6 +35,8 @@ enum class EnFormat { Png, Tiff, Npy, Json };
 std::optional<EnFormat> FormatByName(const std::string& name);
 /// The names of all formats.
 const std::vector<std::string>& FormatNames();
+/// The endings of all formats' files, without their dots.
+std::vector<std::string> KnownEndings();
 /// The format that the file name's ending tells, in letters of either case; nothing for an unknown ending and for "-".
 std::optional<EnFormat> FormatOf(const std::string& file);
 /// True if the file name's ending is one of a format that `WriteValue` writes.
@@ -51,7 +53,7 @@ struct StWriteOptions {
     /// The format for standard output, TIFF for images and JSON for maps without one; other files tell their own.
     std::optional<EnFormat> format = std::nullopt;
     /// How hard PNG files are compressed: 0 not at all, 9 the most. The higher levels take several times as long as the
-    /// first one to save some 15 percent.
+    /// first one to save a sixth.
     int pngLevel = 1;
 };
 
@@ -63,7 +65,8 @@ const std::vector<QUOR::IImage::CType>& AllTypes();
 /// The value in a file: a `CValueOwnedPointer<CImage>`, or a `CValueMap` for JSON.
 std::unique_ptr<QUOR::CValue> ReadValue(const std::string& file, const StReadOptions& options);
 
-/// Writes an image or a map beside its place. `Commit` moves the file there, whole; without it nothing of it remains.
+/// Writes an image or a map whole, but not to its place yet: `Commit` moves the file there, and without it nothing of
+/// it remains. The value isn't needed any more then.
 std::unique_ptr<COutputFile> StageValue(const std::string& file, const QUOR::CValue& value,
                                         const StWriteOptions& options = {});
 

@@ -1,7 +1,9 @@
 #include "Program.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <iostream>
+#include <string_view>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -19,12 +21,22 @@ std::size_t LineWidth() {
     return std::clamp<std::size_t>(window.ws_col, least, most);
 }
 
+/// True for a terminal that shows bold letters and colours, unless its user wants none.
+bool HasColours() {
+    const auto variable = [](const char* name) {
+        const char* value = std::getenv(name);
+        return std::string_view(value == nullptr ? "" : value);
+    };
+    const std::string_view terminal = variable("TERM");
+    return ::isatty(STDOUT_FILENO) != 0 && variable("NO_COLOR").empty() && !terminal.empty() && terminal != "dumb";
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
     const vessa::StPlaces places = vessa::OwnPlaces();
     vessa::NamePrefix(places);
     const bool isErrTerminal = ::isatty(STDERR_FILENO) == 1;
-    return vessa::RunProgram({std::cout, std::cerr, LineWidth(), places, isErrTerminal},
+    return vessa::RunProgram({std::cout, std::cerr, LineWidth(), places, HasColours(), isErrTerminal},
                              {arguments + 1, arguments + count});
 }

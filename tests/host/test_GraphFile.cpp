@@ -128,6 +128,28 @@ TEST_F(GraphFile, ParametersKeepTheirKinds) {
     EXPECT_EQ(parameters.Entry("deep/a", true)->Vector()->Size(), 1U);
 }
 
+TEST_F(GraphFile, KeysThatAreNumbersStayNumbers) {
+    const StGraph graph = Read(R"({"nodes": {"n": {"node": "Silent", "set": {"$int:5": 1, "5": 2, "$$a": 3}}},
+                                   "outputs": {"o": "n"}})");
+    const QUOR::CValueMap& parameters = *graph.nodes[0].parameters;
+    EXPECT_EQ(parameters.EntryLong(5), 1);
+    EXPECT_EQ(parameters.EntryLong(QUOR::CValue_Key("5")), 2);
+    EXPECT_EQ(parameters.EntryLong(QUOR::CValue_Key("$a")), 3);
+    EXPECT_NE(PlanText(graph, {{}, {"o.png"}}).find("run    n (Silent) with 5=1 $a=3 5=2\n"), std::string::npos)
+        << PlanText(graph, {{}, {"o.png"}});
+    ExpectRefused(R"({"nodes": {"$int:5": {"node": "Silent"}}, "outputs": {"o": "5"}})",
+                  "nodes/$int:5: a name has letters, digits, '_' and '-' only");
+    ExpectRefused(R"({"nodes": {"n": {"node": "Silent"}}, "outputs": {"$int:5": "n"}})",
+                  "outputs/$int:5: a name has letters, digits, '_' and '-' only");
+}
+
+TEST_F(GraphFile, NullLeavesAnInputEmpty) {
+    const StGraph graph = Read(R"({"inputs": {"a": {}}, "nodes": {"n": {"node": "Probe", "inputs": [null, null]},
+                                   "e": {"node": "Extract", "inputs": ["a", null]}}, "outputs": {"o": "n", "p": "e"}})");
+    EXPECT_EQ(graph.nodes[0].inputs, (std::vector<std::optional<std::size_t>>{0, std::nullopt})) << graph.nodes[0].name;
+    EXPECT_EQ(graph.nodes[1].inputs, (std::vector<std::optional<std::size_t>>(2))) << graph.nodes[1].name;
+}
+
 TEST_F(GraphFile, UnknownNamesAreRefusedWithTheNearest) {
     ExpectRefused(R"({"node": {}})", "unknown key 'node', the nearest one is 'nodes'");
     ExpectRefused(R"({"inputs": {"a": {"fil": "x"}}})", "inputs/a: unknown key 'fil', the nearest one is 'file'");
@@ -164,9 +186,8 @@ TEST_F(GraphFile, ParametersOfAnotherKindAndValueAreRefused) {
 
 TEST_F(GraphFile, WrongWiresAreRefused) {
     ExpectNodeRefused(R"("inputs": [])",
-                      "nodes/n: inputs/0: the node needs this input (The image.), but nothing is wired to it");
-    ExpectNodeRefused(R"("inputs": [null, "a"])",
-                      "nodes/n: inputs/0: the node needs this input (The image.), but nothing is wired to it");
+                      "nodes/n: inputs/0: the node needs this input (The image.), but nothing is wired to it; null "
+                      "leaves it empty");
     ExpectNodeRefused(R"("inputs": ["a", "a", "a"])", "nodes/n: inputs: 3 are wired, but the node has 2");
     ExpectNodeRefused(R"("inputs": "a")", "nodes/n: inputs: a list is needed, with the name of a value for each input");
     ExpectNodeRefused(R"("inputs": [3])", "nodes/n: inputs/0: a text is needed, not a long");
@@ -190,6 +211,8 @@ TEST_F(GraphFile, CyclesAreRefused) {
 TEST_F(GraphFile, NamesAndKindsOfEntriesAreChecked) {
     ExpectRefused(R"({"nodes": []})", "nodes: a map is needed, not a vector");
     ExpectRefused(R"({"inputs": {"a": "x.png"}})", "inputs/a: a map is needed, not a string");
+    ExpectRefused(R"({"$schema": 3})", "$schema: a text is needed, not a long");
+    ExpectRefused(R"({"inputs": {"a": {"description": []}}})", "inputs/a: description: a text is needed, not a vector");
     ExpectRefused(R"({"inputs": {"a": {"file": 3}}})", "inputs/a: file: a text is needed, not a long");
     ExpectRefused(R"({"inputs": {"a.b": {}}})", "inputs/a.b: a name has letters, digits, '_' and '-' only");
     ExpectRefused(R"({"inputs": {"": {}}})", "inputs/: a name has letters, digits, '_' and '-' only");

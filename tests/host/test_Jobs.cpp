@@ -145,6 +145,26 @@ TEST_F(Jobs, FoldersAndPatternsWithoutFilesAreRefused) {
                   "--input picture=" + In("out") + ": " + In("out") + ": the folder holds no image and no map");
     ExpectRefused({"picture=" + In("*.bmp")}, {},
                   "--input picture=" + In("*.bmp") + ": " + In("*.bmp") + ": no file has such a name");
+    try {
+        Plan({"picture=" + In("absent")}, {});
+        ADD_FAILURE() << "a folder that isn't there is taken";
+    } catch (const CWorkError& failure) {
+        EXPECT_EQ(failure.what(), "--input picture=" + In("absent") + ": " + In("absent") +
+                                      ": can't be read: No such file or directory");
+    }
+}
+
+TEST_F(Jobs, LinksInAFolderThatLeadNowhereAreJobsThatFail) {
+    fs::create_directory(m_folder / "links");
+    fs::create_symlink("absent.png", m_folder / "links/a.png");
+    fs::create_symlink("b.png", m_folder / "links/b.png");
+    fs::create_symlink("../one.png", m_folder / "links/c.png");
+    fs::create_symlink("..", m_folder / "links/d.png");
+    const auto jobs = Plan({"picture=" + In("links"), "mask=none"}, {"cut={stem}.png", "log=none"});
+    ASSERT_EQ(jobs.size(), 3U);
+    EXPECT_EQ(jobs[0].name, In("links/a.png"));
+    EXPECT_EQ(jobs[1].name, In("links/b.png"));
+    EXPECT_EQ(jobs[2].name, In("links/c.png"));
 }
 
 TEST_F(Jobs, SeveralJobsKeepApart) {
@@ -154,6 +174,9 @@ TEST_F(Jobs, SeveralJobsKeepApart) {
                   In("in/b.png") + ": the output would replace an input");
     ExpectRefused(inputs, {"cut=" + In("out/../in/./{stem}.png"), "log=none"},
                   In("out/../in/./b.png") + ": the output would replace an input");
+    m_folder.Write("in/a_log.png", "");
+    ExpectRefused(inputs, {"cut=out/{stem}.png", "log=out/./{stem}_log.png"},
+                  "out/a_log.png: two outputs can't go to one file");
     ExpectRefused({"picture=" + In("in"), "mask=-"}, {"cut={stem}.png", "log=none"},
                   "standard input can't be read for several files");
 }

@@ -8,7 +8,8 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 
-extern "C" int open(const char* path, int flags, ...) { // NOLINT(cert-dcl50-cpp)
+// NOLINTBEGIN(cert-dcl50-cpp, readability-inconsistent-declaration-parameter-name, clang-analyzer-valist.*)
+extern "C" int open(const char* path, int flags, ...) {
     if ((flags & O_TMPFILE) == O_TMPFILE) {
         errno = EOPNOTSUPP;
         return -1;
@@ -19,6 +20,7 @@ extern "C" int open(const char* path, int flags, ...) { // NOLINT(cert-dcl50-cpp
     va_end(rest);
     return static_cast<int>(::syscall(SYS_openat, AT_FDCWD, path, flags, mode));
 }
+// NOLINTEND(cert-dcl50-cpp, readability-inconsistent-declaration-parameter-name, clang-analyzer-valist.*)
 
 namespace vessa::test {
 namespace {

@@ -173,6 +173,31 @@ TEST(Program, DescribesAsJson) {
     EXPECT_EQ(node["keywords"], nlohmann::json::parse(R"(["probe", "test"])"));
 }
 
+TEST(Program, JsonHoldsTheWholeMap) {
+    const StResult result = RunHere({"describe", "--json", "Probe", "--plugin", TEST_NODES});
+    const auto map = nlohmann::json::parse(result.out)["map"];
+    EXPECT_EQ(map.size(), 9U) << map;
+    EXPECT_EQ(map["pluginType"], "Image");
+    EXPECT_EQ(map["subType"], "Test");
+    EXPECT_EQ(map["__nodekaDocumentation"], "%QUORDIR%/doc/probe.html");
+    EXPECT_EQ(map["description"].get<std::string>().substr(0, 39), "BRIEF\nTells what it was\ngiven.\n\nPrints ");
+    EXPECT_NE(map["description"].get<std::string>().find("\\f$k_1 < k_2\\f$"), std::string::npos);
+    EXPECT_EQ(map["keywords"], nlohmann::json::parse(R"(["probe", "test"])"));
+    EXPECT_EQ(map["gui"], nlohmann::json::parse(R"({"order": {"0": "slice-wise", "10": "ratio", "2": "offset_x"}})"));
+    EXPECT_EQ(map["inputs"], nlohmann::json::parse(R"({
+        "0": {"$value": {"$pointer": null}, "$meta": {"label": "The image."}},
+        "1": {"$value": {}, "$meta": {"label": "The map.", "optional": true}}})"));
+    EXPECT_EQ(map["outputs"], nlohmann::json::parse(R"({
+        "0": {"$value": {"$pointer": null}, "$meta": {"label": "The image."}},
+        "1": {"$value": {}, "$meta": {"label": "The map."}}})"));
+    EXPECT_EQ(map["parameters"].dump(),
+              R"({"mode":{"$meta":{"val":{"enValues":"ONE, TWO, THREE"}},"$value":"ONE"},)"
+              R"("offset_x":{"$meta":{"desc":"The type of this parameter is of type long. )"
+              R"(moves by \\a offset_x elements.\nBy default it is set to \\a 0."},"$value":0},)"
+              R"("ratio":{"$meta":{"visible_if_rpn":"offset_x 0 >"},"$value":0.5},)"
+              R"("set":7,"slice-wise":true,"title":""})");
+}
+
 TEST(Program, HelpOfANodeNamesEverything) {
     const StResult result = RunTestNode("Probe", {"--help"});
     EXPECT_EQ(result.status, 0);

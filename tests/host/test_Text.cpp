@@ -36,14 +36,6 @@ TEST(Text, OneLineHasSingleBlanks) {
     EXPECT_EQ(OneLine(" \n"), "");
 }
 
-TEST(Text, MarkupIsDropped) {
-    EXPECT_EQ(WithoutMarkup("set to \\a X, by"), "set to X, by");
-    EXPECT_EQ(WithoutMarkup("where \\f$n\\f$ slices"), "where n slices");
-    EXPECT_EQ(WithoutMarkup("one \\\ntwo"), "one \ntwo");
-    EXPECT_EQ(WithoutMarkup("end\\"), "end");
-    EXPECT_EQ(WithoutMarkup("\\f$\\frac{a}{b}\\f$ \\alpha C:\\x"), "\\frac{a}{b} \\alpha C:\\x");
-}
-
 TEST(Text, WrapFillsParagraphs) {
     EXPECT_EQ(Wrap("one two\nthree four", 0, 9), "one two\nthree\nfour\n");
     EXPECT_EQ(Wrap("one two\nthree four", 2, 80), "  one two three four\n");

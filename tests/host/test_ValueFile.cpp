@@ -190,6 +190,19 @@ TEST_F(ValueFile, StagedValuesAppearWhenTheyAreCommitted) {
     EXPECT_EQ(Get("b.json"), "{}\n");
 }
 
+TEST_F(ValueFile, WhatCantBeWrittenFailsBeforeItIsCommitted) {
+    std::mt19937 random(1);
+    const ImagePtr large = RandomImage(QUOR::IMAGE_GREY_8, CSize(300, 300), random);
+    CValueMap map;
+    map.SetEntry("a", new QUOR::CValueString(CString(std::string(50000, 'x'))));
+    const CSmallDisk disk(20000);
+    for (const std::string& name : kImageNames) {
+        EXPECT_THROW(StageValue(Path(name), QUOR::CValuePointer<CImage>(large.get())), CFileError) << name;
+    }
+    EXPECT_THROW(StageValue(Path("a.json"), map), CFileError);
+    EXPECT_TRUE(Names().empty());
+}
+
 TEST_F(ValueFile, AKilledProcessLeavesNoFile) {
     std::array<int, 2> ready{};
     ASSERT_EQ(::pipe(ready.data()), 0);
@@ -197,9 +210,9 @@ TEST_F(ValueFile, AKilledProcessLeavesNoFile) {
     if (child == 0) {
         const ImagePtr image = SmallImage();
         const auto staged = StageValue(Path("a.tif"), QUOR::CValuePointer<CImage>(image.get()));
-        const char done = static_cast<char>(::write(ready[1], "x", 1));
+        const bool told = staged != nullptr && ::write(ready[1], "x", 1) == 1;
         ::pause();
-        ::_exit(done);
+        ::_exit(told ? 0 : 1);
     }
     ::close(ready[1]);
     char byte = 0;
@@ -283,8 +296,9 @@ TEST(Samples, HaveTheirTypesAndSizes) {
         {"shift_y.npy", QUOR::IMAGE_GREY_F, CSize(360, 270)},
         {"palette.png", QUOR::IMAGE_RGB_8, CSize(16, 1)},
         {"map.npy", QUOR::IMAGE_GREY_F, CSize(256, 1)},
+        {"size_classes.png", QUOR::IMAGE_GREY_8, CSize(4096, 1)},
     };
-    std::set<std::string> names{"README.md", "examples.txt"};
+    std::set<std::string> names{"README.md", "examples.txt", "groups.txt"};
     for (const StSample& sample : samples) {
         const auto value = ReadValue(std::string(SAMPLES_DIRECTORY) + "/" + sample.name, {});
         const CImage& image = *QUOR::UnwrapPointer<CImage>(value.get());

@@ -16,11 +16,7 @@ const fs::path kBuildTree = fs::path(VESSA_PROGRAM).parent_path().parent_path();
 
 TEST(Vessa, HasAVersion) {
     const CTestFolder folder;
-    const StResult result = RunBuilt(folder.Path(), {"--version"});
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.out.find("vessa "), 0U);
-    EXPECT_EQ(result.out.find('\n'), result.out.size() - 1);
-    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(RunBuilt(folder.Path(), {"--version"}), (StResult{0, "vessa 1.0.0\n", ""}));
 }
 
 TEST(Vessa, FindsItsModuleFromAnyFolder) {
@@ -103,6 +99,41 @@ TEST(Vessa, AnInstalledTreeWorksWhereverItStands) {
     EXPECT_EQ(std::system(line.c_str()), 0);
     const std::string file = (places.plugins / fs::path(MANIPULATION_MODULE).filename()).string();
     EXPECT_NE(TextOf(prefix / "out").find("\"file\": \"" + file + "\""), std::string::npos) << TextOf(prefix / "out");
+}
+
+/// The description of the test plug-in's node on a terminal.
+StResult DescribeOnTerminal(const std::vector<std::string>& variables) {
+    return RunOnTerminal({"describe", "Probe", "--plugin", TEST_NODES}, variables);
+}
+
+TEST(Vessa, ATerminalGetsBoldHeadingsAndColouredNames) {
+    const StResult result = DescribeOnTerminal({"TERM=xterm"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(
+        result.out.find("\033[1mProbe\033[0m: Tells what it was given.\nmodule TestNodes, Image/Test\n\n"
+                        "\033[1mDescription:\033[0m\n  Prints its parameters, in the order k_1 < k_2 of their keys, "
+                        "and hands its\n  first input on.\n"),
+        0U)
+        << result.out;
+    EXPECT_NE(result.out.find("\n\033[1mParameters:\033[0m\n  \033[36m--slice-wise=false\033[0m\n      bool, default "
+                              "true\n  \033[36m--offset_x NUMBER\033[0m\n      long, default 0\n"),
+              std::string::npos)
+        << result.out;
+    EXPECT_NE(result.out.find("\n  \033[36m1 map, optional\033[0m\n      The map.\n"), std::string::npos);
+    const StResult help = RunOnTerminal({"run", "Probe", "--help", "--plugin", TEST_NODES}, {"TERM=xterm"});
+    EXPECT_NE(help.out.find("\n\033[1mInputs:\033[0m\n  \033[36m0 image\033[0m\n"), std::string::npos) << help.out;
+}
+
+TEST(Vessa, OtherReadersGetPlainText) {
+    const StResult plain = RunHere({"describe", "Probe", "--plugin", TEST_NODES});
+    EXPECT_EQ(plain.out.find('\033'), std::string::npos);
+    const std::string prefix = "QUORDIR=%QUORDIR%"; // as in this process, where none is set
+    EXPECT_EQ(DescribeOnTerminal({prefix, "TERM=xterm", "NO_COLOR=1"}), plain);
+    EXPECT_EQ(DescribeOnTerminal({prefix, "TERM=dumb"}), plain);
+    EXPECT_EQ(DescribeOnTerminal({prefix}), plain);
+    EXPECT_NE(DescribeOnTerminal({"TERM=xterm", "NO_COLOR="}).out.find('\033'), std::string::npos);
+    EXPECT_EQ(RunOnTerminal({"describe", "Probe", "--json", "--plugin", TEST_NODES}, {"TERM=xterm"}).out.find('\033'),
+              std::string::npos);
 }
 
 TEST(Vessa, ResultsThatCannotBeWrittenAreAFailure) {

@@ -242,6 +242,9 @@ TEST(LabelToValue, AgreesWithThePlainLoopOnRandomImages) {
         node.Input(0, Numbers(labelType, CSize(static_cast<std::int64_t>(count), 1), labels));
         node.Input(1, MakeImage(IMAGE_GREY_16, CSize(static_cast<std::int64_t>(mapSize), 1), map)).Run();
         EXPECT_EQ(ElementsOf<std::uint16_t>(node.Output()), expected);
+        const std::vector<std::uint8_t> byteMap(map.begin(), map.end());
+        node.Input(1, Bytes(static_cast<std::int64_t>(mapSize), 1, byteMap)).Run();
+        EXPECT_EQ(BytesOf(node.Output()), std::vector<std::uint8_t>(expected.begin(), expected.end()));
     }
 }
 

@@ -208,10 +208,11 @@ TEST(Replicate, AgreesWithThePlainLoopOnRandomImages) {
     const std::vector<IImage::CType> types{IMAGE_GREY_F, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_BINARY_FG};
     for (int round = 0; round < 300; ++round) {
         const auto below = [&](unsigned most) { return static_cast<int>(random() % most + 1); };
-        const CSize size(below(round % 10 == 0 ? 700 : 20), below(7), below(5));
+        const bool isLong = round % 50 == 0; // a block of several pieces
+        const CSize size(below(round % 10 == 0 ? 700 : 20), isLong ? 700 + below(300) : below(7), below(5));
         const char along = "XYZ"[random() % 3];
         // Many copies of few elements reach the longest pattern.
-        const int count = below(round % 25 == 0 ? 3000 : 40);
+        const int count = below(isLong ? 3 : round % 25 == 0 ? 3000 : 40);
         CNodeUnderTest node("Replicate");
         node.Set("along", std::string(1, along).c_str()).Set("count", count);
         node.Input(0, RandomImage(types[random() % types.size()], size, random));

@@ -4,18 +4,42 @@
 #include "Program.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <pty.h>
 #include <sstream>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace vessa::test {
 
 namespace fs = std::filesystem;
 
 namespace {
+
+/// The texts as C's functions take them, a null behind the last one.
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts) {
+        pointers.push_back(text.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+/// All that comes from the terminal's other side, without the carriage returns that it adds.
+std::string TextOfTerminal(int terminal) {
+    std::string text;
+    std::array<char, 4096> block{};
+    for (ssize_t count = 0; (count = ::read(terminal, block.data(), block.size())) > 0;) {
+        text.append(block.data(), static_cast<std::size_t>(count));
+    }
+    std::erase(text, '\r');
+    return text;
+}
 
 /// The text as one word of a shell's line.
 std::string Quoted(const std::string& text) {
@@ -77,6 +101,29 @@ StResult RunBuilt(const fs::path& folder, const std::vector<std::string>& argume
     line += " < /dev/null > " + Quoted(streams / "out") + " 2> " + Quoted(streams / "err");
     const int status = std::system(line.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, TextOf(streams / "out"), TextOf(streams / "err")};
+}
+
+StResult RunOnTerminal(const std::vector<std::string>& arguments, const std::vector<std::string>& variables) {
+    std::vector<std::string> words{VESSA_PROGRAM};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<std::string> environment = variables;
+    const std::vector<char*> argv = Pointers(words); // made here: a child of several threads must not take memory
+    const std::vector<char*> envp = Pointers(environment);
+    const winsize window{24, 80, 0, 0};
+    int terminal = -1;
+    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, &window);
+    if (child < 0) {
+        throw std::runtime_error("no terminal can be made");
+    }
+    if (child == 0) {
+        ::execve(argv.front(), argv.data(), envp.data());
+        ::_exit(127);
+    }
+    const std::string text = TextOfTerminal(terminal);
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    ::close(terminal);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, text, ""};
 }
 
 StResult RunHere(const std::vector<std::string>& arguments) {

@@ -47,6 +47,10 @@ struct StResult {
 StResult RunBuilt(const std::filesystem::path& folder, const std::vector<std::string>& arguments,
                   const std::vector<std::string>& variables = {});
 
+/// The built program with a terminal of 80 columns as its standard output, with the environment's `variables` on top of
+/// none: the status and what the terminal was sent, with plain line ends.
+StResult RunOnTerminal(const std::vector<std::string>& arguments, const std::vector<std::string>& variables);
+
 /// The program in this process, with the plug-in libraries of the build tree.
 StResult RunHere(const std::vector<std::string>& arguments);
 

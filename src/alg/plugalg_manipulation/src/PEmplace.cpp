@@ -231,9 +231,9 @@ void PlaceWhole(const StPlane& plane, StExtents base, StExtents patch, StWindow 
         written = to + count;
     };
     for (std::int64_t z = 0; z < base.depth; ++z) {
-        const std::int64_t slice = Periodic(z - at.z, base.depth);
+        const std::int64_t slice = z < at.z ? z - at.z + base.depth : z - at.z;
         for (std::int64_t y = 0; y < base.height; ++y) {
-            const std::int64_t row = Periodic(y - at.y, base.height);
+            const std::int64_t row = y < at.y ? y - at.y + base.height : y - at.y;
             if (slice >= size.depth || row >= size.height) {
                 continue;
             }

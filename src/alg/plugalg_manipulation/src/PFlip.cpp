@@ -9,6 +9,8 @@
 #include "Output.h"
 #include "Reverse.h"
 
+#include <utility>
+
 namespace QUOR {
 
 namespace {
@@ -48,8 +50,19 @@ KEYWORDS
 flip axes, axis, left to right, mirror, reflect
 )";
 
+/// Axes that follow one another and are flipped alike are one long axis: without flips all of an image is one row, and
+/// so it is if all axes are flipped.
 template <class T> void FlipImage(const CImage& input, CImage& output, bool flipX, bool flipY, bool flipZ) {
-    const auto [width, height, depth] = Extents(input);
+    auto [width, height, depth] = Extents(input);
+    if (flipX == flipY) {
+        width *= std::exchange(height, 1);
+        flipY = flipZ;
+        height = std::exchange(depth, 1);
+        flipZ = false;
+    }
+    if (flipX == flipY) {
+        width *= std::exchange(height, 1);
+    }
     const T* in = Elements<T>(input);
     T* out = Elements<T>(output);
     const auto moveRow = flipX ? &ReverseElements<T> : &CopyElements<T>;

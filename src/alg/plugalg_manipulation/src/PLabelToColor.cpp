@@ -3,6 +3,7 @@
 
 #include "PLabelToColor.h"
 
+#include "ByteTable.h"
 #include "Description.h"
 #include "Elements.h"
 #include "Inputs.h"
@@ -135,34 +136,25 @@ void PaintElements(const float* in, std::int64_t count, const StPlanes& out, con
     });
 }
 
-/// The colours of all byte labels.
-using AllColours = std::array<StColour, 256>;
-
-void PaintSingly(const std::uint8_t* in, std::int64_t first, std::int64_t end, const StPlanes& out,
-                 const AllColours& all) {
-    for (std::int64_t i = first; i < end; ++i) {
-        const StColour colour = all[in[i]];
-        out.red[i] = colour.red;
-        out.green[i] = colour.green;
-        out.blue[i] = colour.blue;
-    }
-}
-
+/// A table for each channel, and blocks that are still in the cache when the next channel reads them.
 void PaintElements(const std::uint8_t* in, std::int64_t count, const StPlanes& out, const Colours& colours,
                    bool ignoreZero) {
-    AllColours all;
-    for (std::size_t label = 0; label < all.size(); ++label) {
-        all[label] = ElementColour(static_cast<std::uint8_t>(label), colours, ignoreZero);
+    constexpr std::int64_t block = 8192;
+    ByteTable<std::uint8_t> red;
+    ByteTable<std::uint8_t> green;
+    ByteTable<std::uint8_t> blue;
+    for (std::size_t label = 0; label < red.size(); ++label) {
+        const StColour colour = ElementColour(static_cast<std::uint8_t>(label), colours, ignoreZero);
+        red[label] = colour.red;
+        green[label] = colour.green;
+        blue[label] = colour.blue;
     }
-    std::int64_t first = 0;
-    for (; first + kLabelChunk <= count; first += kLabelChunk) {
-        if (IsUniformChunk(in + first)) {
-            out.Fill(first, kLabelChunk, all[in[first]]);
-        } else {
-            PaintSingly(in, first, first + kLabelChunk, out, all);
-        }
+    for (std::int64_t first = 0; first < count; first += block) {
+        const std::int64_t size = std::min(block, count - first);
+        LookUpBytes(in + first, size, red, out.red + first);
+        LookUpBytes(in + first, size, green, out.green + first);
+        LookUpBytes(in + first, size, blue, out.blue + first);
     }
-    PaintSingly(in, first, count, out, all);
 }
 
 template <class T> void Paint(const CImage& labels, CImage& output, const Colours& colours, bool ignoreZero) {

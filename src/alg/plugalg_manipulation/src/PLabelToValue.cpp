@@ -6,6 +6,7 @@
 
 #include "PLabelToValue.h"
 
+#include "ByteTable.h"
 #include "Description.h"
 #include "Elements.h"
 #include "Inputs.h"
@@ -14,7 +15,6 @@
 #include "Runs.h"
 #include "VectorVariants.h"
 
-#include <array>
 #include <bit>
 #include <limits>
 
@@ -138,20 +138,8 @@ template <class L, class V> void LookUpRuns(const L* in, std::int64_t count, con
 }
 
 /// Byte labels go through a table of all of them, which stays in the cache whatever the size of the map.
-template <class V> void LookUpBytes(const std::uint8_t* in, std::int64_t count, const std::array<V, 256>& all, V* out) {
-    std::int64_t i = 0;
-    for (; i + kLabelChunk <= count; i += kLabelChunk) {
-        if (IsUniformChunk(in + i)) {
-            std::fill_n(out + i, kLabelChunk, all[in[i]]);
-        } else {
-            std::transform(in + i, in + i + kLabelChunk, out + i, [&](std::uint8_t label) { return all[label]; });
-        }
-    }
-    std::transform(in + i, in + count, out + i, [&](std::uint8_t label) { return all[label]; });
-}
-
-template <class V> std::array<V, 256> AllBytes(const StTable<V>& table) {
-    std::array<V, 256> all{};
+template <class V> ByteTable<V> AllBytes(const StTable<V>& table) {
+    ByteTable<V> all{};
     for (std::int64_t label = 0; label <= std::min<std::int64_t>(table.Last(), 255); ++label) {
         all[static_cast<std::size_t>(label)] = table[label];
     }
@@ -163,7 +151,7 @@ template <class L, class V> void LabelToValue(const CImage& labels, const StTabl
     const L* in = Elements<L>(labels);
     V* out = Elements<V>(output);
     const auto count = static_cast<std::int64_t>(labels.Size().Volume());
-    [[maybe_unused]] const std::array<V, 256> all = AllBytes(table);
+    [[maybe_unused]] const ByteTable<V> all = AllBytes(table);
     const bool holdsAll = HoldsEveryLabel<L>(table.Last());
     std::int64_t largest = 0;
     for (std::int64_t first = 0; first < count; first += block) {

@@ -333,6 +333,20 @@ MANI_VECTOR_VARIANTS void FindAxis(const double* positions, int count, std::int3
     }
 }
 
+/// The same for positions that have an element of the image on both sides: short, since nothing can lie beyond an edge.
+/// Both distances are exact, so that it is the nearer one that a fraction below a half tells.
+MANI_VECTOR_VARIANTS void FindInnerAxis(const double* positions, int count, StAxis& axis) {
+    for (int i = 0; i < count; ++i) {
+        const auto low = static_cast<std::int32_t>(positions[i]);
+        const double fraction = positions[i] - low;
+        const double near = fraction < 0.5 ? 0.0 : 1.0;
+        axis.low[i] = low;
+        axis.near[i] = near;
+        axis.far[i] = fraction > 0.0 ? 1.0 - near : 0.0;
+        axis.distance[i] = fraction < 0.5 ? fraction : 1.0 - fraction;
+    }
+}
+
 void FindSamples(const StPositions& at, int count, std::int32_t width, std::int32_t height, StSamples& samples) {
     FindAxis(at.u, count, width, samples.x);
     FindAxis(at.v, count, height, samples.y);
@@ -452,7 +466,12 @@ private:
             std::fill_n(out, count, m_source.background);
             return;
         }
-        FindSamples(at, count, m_source.width, m_source.height, m_samples);
+        if (leastU >= 0.0 && greatestU < right - 2.0 && leastV >= 0.0 && greatestV < bottom - 2.0) {
+            FindInnerAxis(at.u, count, m_samples.x);
+            FindInnerAxis(at.v, count, m_samples.y);
+        } else {
+            FindSamples(at, count, m_source.width, m_source.height, m_samples);
+        }
         LoadPairs(m_source.elements, m_source.stride, m_samples, count, m_pairs);
         MixPairs(m_pairs, m_samples, count, out);
         if (leastU < -1.0 || greatestU > right || leastV < -1.0 || greatestV > bottom) {

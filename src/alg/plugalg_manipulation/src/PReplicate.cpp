@@ -45,9 +45,9 @@ output image. By default it is set to \a 1, i.e. output image equals
 input image.
 )";
 
-/// Writes `count` copies of a block of bytes one behind the other. The start of the output serves as the pattern once
-/// it holds more copies than the input does: it grows with each copy, while that stays in the nearest cache.
-void RepeatBlock(const std::uint8_t* in, std::int64_t length, std::uint8_t* out, std::int64_t count) {
+/// Copies of a short block. The start of the output serves as the pattern once it holds more copies than the input
+/// does: it grows with each copy, while that stays in the nearest cache.
+void RepeatShortBlock(const std::uint8_t* in, std::int64_t length, std::uint8_t* out, std::int64_t count) {
     constexpr std::int64_t enough = 8192;
     const std::int64_t total = length * count;
     CopyElements(in, out, length);
@@ -57,6 +57,21 @@ void RepeatBlock(const std::uint8_t* in, std::int64_t length, std::uint8_t* out,
         CopyElements(out, out + written, step);
         written += step;
         pattern = pattern < enough ? written : pattern;
+    }
+}
+
+/// Writes `count` copies of a block of bytes one behind the other. A long block is copied in pieces, each of which is
+/// read from memory for the first copy and from the cache for the others.
+void RepeatBlock(const std::uint8_t* in, std::int64_t length, std::uint8_t* out, std::int64_t count) {
+    constexpr std::int64_t piece = 1 << 17;
+    if (length < piece) {
+        RepeatShortBlock(in, length, out, count);
+        return;
+    }
+    for (std::int64_t first = 0; first < length; first += piece) {
+        for (std::int64_t copy = 0; copy < count; ++copy) {
+            CopyElements(in + first, out + first + copy * length, std::min(piece, length - first));
+        }
     }
 }
 

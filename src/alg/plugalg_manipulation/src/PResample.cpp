@@ -16,7 +16,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <limits>
 #include <type_traits>
 
 namespace QUOR {
@@ -129,10 +128,6 @@ constexpr std::int32_t kMostElements = 1 << 30;
 struct StPositions {
     std::int32_t whole[kBlock];
     float fraction[kBlock];
-    std::int32_t least;
-    std::int32_t most;
-
-    bool AreInside(std::int64_t extent) const { return least >= 0 && most < extent; }
 };
 
 inline std::int32_t LimitedFloor(std::uint8_t shift) { return shift; }
@@ -150,24 +145,54 @@ template <class Shift>
 [[gnu::always_inline]] inline void ShiftBlock(const Shift* shifts, int count, std::int64_t start, std::int32_t step,
                                               StPositions& positions) {
     const auto first = static_cast<std::int32_t>(start);
-    std::int32_t least = std::numeric_limits<std::int32_t>::max();
-    std::int32_t most = std::numeric_limits<std::int32_t>::min();
     for (int i = 0; i < count; ++i) {
-        const std::int32_t position = first + step * i + LimitedFloor(shifts[i]);
-        positions.whole[i] = position;
+        positions.whole[i] = first + step * i + LimitedFloor(shifts[i]);
         if constexpr (std::is_floating_point_v<Shift>) {
             positions.fraction[i] = shifts[i] - std::floor(shifts[i]);
         }
-        least = std::min(least, position);
-        most = std::max(most, position);
     }
-    positions.least = least;
-    positions.most = most;
+}
+
+/// The sources of a block.
+struct StSources {
+    StPositions columns;
+    StPositions rows;
+    StPositions planes;
+    std::uint32_t number[kBlock];   ///< of the element; 0 for a source that the blocks don't serve
+    std::uint32_t unserved[kBlock]; ///< 1 for such a one
+    std::uint32_t unservedCount;
+};
+
+/// Blocks serve the sources that lie inside with all their neighbours.
+template <int Neighbours, class Shift>
+[[gnu::always_inline]] inline void FindSources(const StExtents& extents, const StPlace& place,
+                                               const StShifts<Shift>& shifts, int count, StSources& sources) {
+    ShiftBlock(shifts.x, count, place.x, 1, sources.columns);
+    ShiftBlock(shifts.y, count, place.y, 0, sources.rows);
+    if (shifts.z == nullptr) {
+        std::fill_n(sources.planes.whole, count, static_cast<std::int32_t>(place.z));
+    } else {
+        ShiftBlock(shifts.z, count, place.z, 0, sources.planes);
+    }
+    const auto width = static_cast<std::uint32_t>(extents.width);
+    const auto height = static_cast<std::uint32_t>(extents.height);
+    const auto depth = static_cast<std::uint32_t>(extents.depth);
+    std::uint32_t unserved = 0;
+    for (int i = 0; i < count; ++i) {
+        const auto x = static_cast<std::uint32_t>(sources.columns.whole[i]); // below 0 it is huge
+        const auto y = static_cast<std::uint32_t>(sources.rows.whole[i]);
+        const auto z = static_cast<std::uint32_t>(sources.planes.whole[i]);
+        const bool isServed = (x < width - Neighbours) & (y < height - Neighbours) & (z < depth);
+        sources.number[i] = isServed ? x + width * (y + height * z) : 0;
+        sources.unserved[i] = isServed ? 0 : 1;
+        unserved += sources.unserved[i];
+    }
+    sources.unservedCount = unserved;
 }
 
 /// Copies the elements of the given numbers.
 template <class T>
-[[gnu::always_inline]] inline void LoadBlock(const T* in, const std::int32_t* numbers, int count, T* out) {
+[[gnu::always_inline]] inline void LoadBlock(const T* in, const std::uint32_t* numbers, int count, T* out) {
     for (int i = 0; i < count; ++i) {
         out[i] = in[numbers[i]];
     }
@@ -175,7 +200,7 @@ template <class T>
 
 /// Mixes the elements of the given numbers with their neighbours.
 template <class T>
-[[gnu::always_inline]] inline void MixBlock(const T* in, std::int64_t width, const std::int32_t* numbers,
+[[gnu::always_inline]] inline void MixBlock(const T* in, std::int64_t width, const std::uint32_t* numbers,
                                             const float* fractionsX, const float* fractionsY, int count, T* out) {
     T upper[2 * kBlock];
     T lower[2 * kBlock];
@@ -189,54 +214,30 @@ template <class T>
     }
 }
 
-/// Resamples the block if all of its sources, and their neighbours, lie inside; false if not.
-template <bool Bilinear, class T, class Shift>
-[[gnu::always_inline]] inline bool ResampleInnerBlock(const T* in, const StExtents& extents, const StPlace& place,
-                                                      const StShifts<Shift>& shifts, int count, T* out) {
-    const auto [width, height, depth] = extents;
-    constexpr int neighbours = Bilinear ? 1 : 0;
-    StPositions columns;
-    StPositions rows;
-    StPositions planes;
-    ShiftBlock(shifts.x, count, place.x, 1, columns);
-    ShiftBlock(shifts.y, count, place.y, 0, rows);
-    if (!columns.AreInside(width - neighbours) || !rows.AreInside(height - neighbours)) {
-        return false;
-    }
-    std::int32_t numbers[kBlock];
-    for (int i = 0; i < count; ++i) {
-        numbers[i] = static_cast<std::int32_t>(width) * rows.whole[i] + columns.whole[i];
-    }
-    const auto planeElements = static_cast<std::int32_t>(width * height);
-    if (shifts.z == nullptr) {
-        in += planeElements * place.z;
-    } else {
-        ShiftBlock(shifts.z, count, place.z, 0, planes);
-        if (!planes.AreInside(depth)) {
-            return false;
-        }
-        for (int i = 0; i < count; ++i) {
-            numbers[i] += planeElements * planes.whole[i];
-        }
-    }
-    if constexpr (Bilinear) {
-        MixBlock(in, width, numbers, columns.fraction, rows.fraction, count, out);
-    } else {
-        LoadBlock(in, numbers, count, out);
-    }
-    return true;
-}
-
-/// A block of `count` elements of a row from `place` on. The shifts and the output start there, too.
+/// A block of `count` elements of a row from `place` on. The shifts and the output start there, too. What blocks don't
+/// serve is served one by one, after them.
 template <bool Bilinear, class T, class Shift>
 MANI_VECTOR_VARIANTS void ResampleBlock(const T* in, const StExtents& extents, StPlace place,
                                         const StShifts<Shift>& shifts, int count, T* out, T background) {
-    if (extents.width * extents.height * extents.depth <= kMostElements &&
-        ResampleInnerBlock<Bilinear>(in, extents, place, shifts, count, out)) {
+    constexpr int neighbours = Bilinear ? 1 : 0;
+    const auto [width, height, depth] = extents;
+    StSources sources;
+    const bool hasBlocks = width > neighbours && height > neighbours && width * height * depth <= kMostElements;
+    if (hasBlocks) {
+        FindSources<neighbours>(extents, place, shifts, count, sources);
+        if constexpr (Bilinear) {
+            MixBlock(in, width, sources.number, sources.columns.fraction, sources.rows.fraction, count, out);
+        } else {
+            LoadBlock(in, sources.number, count, out);
+        }
+    }
+    if (hasBlocks && sources.unservedCount == 0) {
         return;
     }
     for (int i = 0; i < count; ++i, ++place.x) {
-        out[i] = ResampleElement<Bilinear>(in, extents, place, shifts.From(i), background);
+        if (!hasBlocks || sources.unserved[i] != 0) {
+            out[i] = ResampleElement<Bilinear>(in, extents, place, shifts.From(i), background);
+        }
     }
 }
 

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <type_traits>
 
 namespace QUOR {
 
@@ -105,6 +106,22 @@ struct StAverage {
     }
 };
 
+/// The same for floats none of which is a NaN: half the work.
+struct StPlainAverage {
+    static float Of(float a, float b, float c, float d) { return Of(a, b, c, d, a, b, c, d); }
+    static float Of(float a, float b, float c, float d, float e, float f, float g, float h) {
+        return (((((((b + a) + c) + d) + e) + f) + g) + h) * 0.125F;
+    }
+};
+
+MANI_VECTOR_VARIANTS bool HasNaN(const float* elements, std::int64_t count) {
+    int found = 0;
+    for (std::int64_t i = 0; i < count; ++i) {
+        found |= std::isnan(elements[i]) ? 1 : 0;
+    }
+    return found != 0;
+}
+
 /// The output elements of a row whose blocks are whole.
 /// @{
 template <class T, class Rule>
@@ -124,13 +141,24 @@ MANI_VECTOR_VARIANTS void ShrinkPairs(const T* upper, const T* lower, const T* u
 }
 /// @}
 
+/// The same from two rows or from four. A sum that is no NaN was made of none.
+template <class T, class Rule, class... Row> void ShrinkRow(T* out, std::int64_t count, const Row*... rows) {
+    if constexpr (std::is_same_v<Rule, StAverage> && std::is_floating_point_v<T>) {
+        ShrinkPairs<T, StPlainAverage>(rows..., out, count);
+        if (!HasNaN(out, count)) {
+            return;
+        }
+    }
+    ShrinkPairs<T, Rule>(rows..., out, count);
+}
+
 /// A plane of the output from one plane of the input.
 template <class T, class Rule> void ShrinkPlane(const T* in, const StExtents& extents, T* out) {
     const std::int64_t width = extents.width;
     for (std::int64_t y = 0; y < extents.height; y += 2) {
         const T* upper = in + width * y;
         const T* lower = in + width * std::min(y + 1, extents.height - 1);
-        ShrinkPairs<T, Rule>(upper, lower, out, width / 2);
+        ShrinkRow<T, Rule>(out, width / 2, upper, lower);
         out += width / 2;
         if (width % 2 != 0) {
             const std::int64_t x = width - 1;
@@ -145,7 +173,7 @@ template <class T, class Rule> void ShrinkPlanePair(const T* in, const T* inNext
     for (std::int64_t y = 0; y < extents.height; y += 2) {
         const std::int64_t row = width * y;
         const std::int64_t nextRow = width * std::min(y + 1, extents.height - 1);
-        ShrinkPairs<T, Rule>(in + row, in + nextRow, inNext + row, inNext + nextRow, out, width / 2);
+        ShrinkRow<T, Rule>(out, width / 2, in + row, in + nextRow, inNext + row, inNext + nextRow);
         out += width / 2;
         if (width % 2 != 0) {
             const std::int64_t upper = row + width - 1;

@@ -53,22 +53,21 @@ KEYWORDS
 split, divide, half, halve, partition
 )";
 
-/// Copies the part of the input that begins at `first` and has the output's extents.
-template <class T> void CopyPart(const CImage& input, const StPlace& first, CImage& output) {
-    const StExtents extents = Extents(input);
-    const StExtents part = Extents(output);
-    CopyCuboid(Elements<T>(input) + ElementNumber(extents, first), extents, Elements<T>(output), part, part);
-}
-
+/// The input is a sequence of rows, along y of planes, and along z it is one block: the start of each belongs to the
+/// first part, the rest to the second. So it is read once, from its start to its end.
 template <class T> void SplitImage(const CImage& input, EnAxis axis, CImage& first, CImage& second) {
-    const StExtents cut = Extents(first);
-    const StPlace behind{axis == EnAxis::X ? cut.width : 0, axis == EnAxis::Y ? cut.height : 0,
-                         axis == EnAxis::Z ? cut.depth : 0};
-    if (!IsEmpty(first)) {
-        CopyPart<T>(input, {0, 0, 0}, first);
+    if (IsEmpty(input)) {
+        return;
     }
-    if (!IsEmpty(second)) {
-        CopyPart<T>(input, behind, second);
+    const auto [width, height, depth] = Extents(input);
+    const std::int64_t blocks = axis == EnAxis::X ? height * depth : axis == EnAxis::Y ? depth : 1;
+    const std::int64_t firstLength = static_cast<std::int64_t>(first.Size().Volume()) / blocks;
+    const std::int64_t secondLength = static_cast<std::int64_t>(second.Size().Volume()) / blocks;
+    const T* in = Elements<T>(input);
+    for (std::int64_t block = 0; block < blocks; ++block) {
+        CopyElements(in, Elements<T>(first) + block * firstLength, firstLength);
+        CopyElements(in + firstLength, Elements<T>(second) + block * secondLength, secondLength);
+        in += firstLength + secondLength;
     }
 }
 

@@ -99,8 +99,8 @@ template <class T> void ShiftPeriodically(const CImage& input, CImage& output, c
         const std::int64_t sourcePlane = Periodic(z - shift.z, depth);
         for (std::int64_t y = 0; y < height; ++y) {
             const T* row = Elements<T>(input) + width * (Periodic(y - shift.y, height) + height * sourcePlane);
+            CopyElements(row, out + shift.x, kept); // reads go on in order
             CopyElements(row + kept, out, shift.x);
-            CopyElements(row, out + shift.x, kept);
             out += width;
         }
     }

@@ -43,43 +43,52 @@ The type of this parameter is of type double. Pixel gray value for additional sp
 By default it is set to \a 0.
 )";
 
+/// Writes the sheet row by row, from its start to its end; the last tiles may lack.
+template <class T> void WriteSheet(const CImage& input, CImage& output, std::int64_t perRow, T fill) {
+    const auto [width, height, depth] = Extents(input);
+    const T* in = Elements<T>(input);
+    T* row = Elements<T>(output);
+    T* const end = row + output.Size().Volume();
+    for (std::int64_t first = 0; row < end; first += perRow) {
+        const std::int64_t tiles = std::min(perRow, depth - first);
+        for (std::int64_t y = 0; y < height; ++y) {
+            for (std::int64_t tile = 0; tile < tiles; ++tile) {
+                CopyElements(in + width * (y + height * (first + tile)), row + width * tile, width);
+            }
+            std::fill(row + width * tiles, row + width * perRow, fill);
+            row += width * perRow;
+        }
+    }
+}
+
 /// The place of a tile in one direction: a product that wraps around in 32 bits.
 std::int64_t TilePlace(std::int64_t number, std::int64_t extent) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(number) * static_cast<std::uint32_t>(extent));
 }
 
-template <class T>
-void FillEmptyTiles(T* out, const StExtents& sheet, const StExtents& slice, std::int64_t perRow, T fill) {
-    const std::int64_t used = slice.depth % perRow * slice.width; // of the last tile row, 0 if that is full
-    if (used == 0) {
-        return;
-    }
-    for (std::int64_t y = sheet.height - slice.height; y < sheet.height; ++y) {
-        std::fill(out + y * sheet.width + used, out + (y + 1) * sheet.width, fill);
-    }
-}
-
-template <class T> void TileSlices(const CImage& input, CImage& output, std::int64_t perRow, T fill) {
+/// The same for a sheet whose places wrap around: there are gaps, and of tiles in one place the last one stands.
+template <class T> void WriteWrappedSheet(const CImage& input, CImage& output, std::int64_t perRow, T fill) {
     const StExtents slice = Extents(input);
-    const StExtents sheet = Extents(output);
+    const std::int64_t width = output.Size().x;
+    const auto end = static_cast<std::int64_t>(output.Size().Volume());
     const T* in = Elements<T>(input);
     T* out = Elements<T>(output);
-    const std::int64_t end = sheet.width * sheet.height;
-    if (std::max(sheet.width, sheet.height) > std::numeric_limits<std::int32_t>::max()) {
-        std::fill_n(out, end, fill); // places wrap around, so that there are gaps between the tiles
-    } else {
-        FillEmptyTiles(out, sheet, slice, perRow, fill);
-    }
+    std::fill_n(out, end, fill);
     for (std::int64_t z = 0; z < slice.depth; ++z) {
         const std::int64_t column = TilePlace(z % perRow, slice.width);
         const std::int64_t row = TilePlace(z / perRow, slice.height);
         for (std::int64_t y = 0; y < slice.height; ++y, in += slice.width) {
-            const std::int64_t first = column + sheet.width * (row + y);
+            const std::int64_t first = column + width * (row + y);
             if (first >= 0 && first + slice.width <= end) {
                 CopyElements(in, out + first, slice.width);
             }
         }
     }
+}
+
+template <class T> void TileSlices(const CImage& input, CImage& output, std::int64_t perRow, T fill) {
+    const bool wraps = std::max(output.Size().x, output.Size().y) > std::numeric_limits<std::int32_t>::max();
+    (wraps ? &WriteWrappedSheet<T> : &WriteSheet<T>)(input, output, perRow, fill);
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <utility>
 
 namespace QUOR::manipulation {
@@ -25,8 +26,9 @@ StBetween Between(std::int64_t position, double ratio, std::int64_t extent) {
     return {first, first + 1 < extent ? first + 1 : first, place - static_cast<double>(first)};
 }
 
-/// So many columns of the output are computed at a time, for all rows.
-constexpr int kColumns = 1024;
+/// So many columns of the output are computed at a time, for all rows: what they need of two rows of the input stays in
+/// the nearest cache.
+constexpr int kColumns = 2048;
 
 /// Fractions as whole numbers of this part; see `HasSixteenths`.
 constexpr int kParts = 16;
@@ -38,16 +40,20 @@ struct StColumns {
             const StBetween column = Between(left + i, ratio, width);
             first[i] = column.first;
             second[i] = column.second;
+            paired += column.second > column.first ? 1 : 0;
             fraction[i] = column.fraction;
+            rest[i] = 1.0 - column.fraction;
             single[i] = static_cast<float>(column.fraction);
             parts[i] = static_cast<std::uint16_t>(column.fraction * kParts);
         }
     }
 
     int count;
+    int paired = 0; ///< the columns up to here lie between neighbours, those behind it past the last one
     std::int64_t first[kColumns];
     std::int64_t second[kColumns];
     double fraction[kColumns];
+    double rest[kColumns];         ///< what the fraction leaves of 1
     float single[kColumns];        ///< the fraction, where it is a whole number of parts
     std::uint16_t parts[kColumns]; ///< that number
 };
@@ -58,7 +64,8 @@ bool HasSixteenths(double ratio) {
     return std::frexp(ratio, &exponent) == 0.5 && ratio <= kParts;
 }
 
-/// A row of the input, spread to the columns of the output: the two elements that each column lies between.
+/// A row of the input, spread to the columns of the output: the two elements that each column lies between. They are
+/// widened once for all rows of the output that share them.
 template <class T> struct StSpreadRow {
     T first[kColumns];
     T second[kColumns];
@@ -69,8 +76,9 @@ struct StMixedRow {
     std::uint16_t mean[kColumns];
 };
 
-template <class T>
-[[gnu::always_inline]] inline void PrepareElement(T first, T second, int /*part*/, int column, StSpreadRow<T>& row) {
+template <class T, class Spread>
+[[gnu::always_inline]] inline void PrepareElement(T first, T second, int /*part*/, int column,
+                                                  StSpreadRow<Spread>& row) {
     row.first[column] = first;
     row.second[column] = second;
 }
@@ -84,7 +92,14 @@ template <class T>
 template <int Repeat, class T, class Row>
 MANI_VECTOR_VARIANTS void PrepareRow(const T* in, const StColumns& columns, Row& __restrict row) {
     if constexpr (Repeat == 0) {
-        for (int i = 0; i < columns.count; ++i) {
+        T pairs[2 * kColumns]; // a pass of loads alone, since what is done with them becomes vectors without it
+        for (int i = 0; i < columns.paired; ++i) {
+            std::memcpy(&pairs[2 * i], in + columns.first[i], 2 * sizeof(T));
+        }
+        for (int i = 0; i < columns.paired; ++i) {
+            PrepareElement(pairs[2 * i], pairs[2 * i + 1], columns.parts[i], i, row);
+        }
+        for (int i = columns.paired; i < columns.count; ++i) {
             PrepareElement(in[columns.first[i]], in[columns.second[i]], columns.parts[i], i, row);
         }
     } else {
@@ -103,12 +118,12 @@ MANI_VECTOR_VARIANTS void PrepareRow(const T* in, const StColumns& columns, Row&
 
 /// The rule: each of the four products is narrowed to a float, their sum is one of floats.
 template <class T>
-MANI_VECTOR_VARIANTS void MixRows(const StColumns& columns, const StSpreadRow<T>& upper, const StSpreadRow<T>& lower,
-                                  double fraction, T* __restrict out) {
+MANI_VECTOR_VARIANTS void MixRows(const StColumns& columns, const StSpreadRow<double>& upper,
+                                  const StSpreadRow<double>& lower, double fraction, T* __restrict out) {
+    const double gy = 1.0 - fraction;
     for (int i = 0; i < columns.count; ++i) {
         const double fx = columns.fraction[i];
-        const double gx = 1.0 - fx;
-        const double gy = 1.0 - fraction;
+        const double gx = columns.rest[i];
         const auto a = static_cast<float>(upper.first[i] * (gx * gy));
         const auto b = static_cast<float>(lower.first[i] * (gx * fraction));
         const auto c = static_cast<float>(upper.second[i] * (gy * fx));
@@ -206,13 +221,14 @@ std::unique_ptr<CImage> ResizeBilinear(const CImage& input, double factorX, doub
     const double ratioX = static_cast<double>(outWidth) / static_cast<double>(width);
     const double ratioY = static_cast<double>(outHeight) / static_cast<double>(height);
     const bool hasSixteenths = HasSixteenths(ratioX) && HasSixteenths(ratioY);
-    if (input.Type() == IMAGE_GREY_F) {
-        ResizeRows<float, StSpreadRow<float>>(input, *output, ratioX, ratioY,
-                                              hasSixteenths ? &MixFloatRows : &MixRows<float>);
+    if (input.Type() == IMAGE_GREY_F && hasSixteenths) {
+        ResizeRows<float, StSpreadRow<float>>(input, *output, ratioX, ratioY, &MixFloatRows);
+    } else if (input.Type() == IMAGE_GREY_F) {
+        ResizeRows<float, StSpreadRow<double>>(input, *output, ratioX, ratioY, &MixRows<float>);
     } else if (hasSixteenths) {
         ResizeRows<std::uint8_t, StMixedRow>(input, *output, ratioX, ratioY, &MixByteRows);
     } else {
-        ResizeRows<std::uint8_t, StSpreadRow<std::uint8_t>>(input, *output, ratioX, ratioY, &MixRows<std::uint8_t>);
+        ResizeRows<std::uint8_t, StSpreadRow<double>>(input, *output, ratioX, ratioY, &MixRows<std::uint8_t>);
     }
     return output;
 }

@@ -1,3 +1,4 @@
+#include "Blocks.h"
 #include "Elements.h"
 #include "Numbers.h"
 #include "Output.h"
@@ -93,26 +94,22 @@ MANI_VECTOR_VARIANTS void AddColumns(const double* columns, const std::vector<st
     }
 }
 
-MANI_VECTOR_VARIANTS void Widen(const float* in, std::int64_t count, double* __restrict out) {
+template <class T> MANI_VECTOR_VARIANTS void Widen(const T* in, std::int64_t count, double* __restrict out) {
     for (std::int64_t i = 0; i < count; ++i) {
         out[i] = in[i];
     }
 }
 
-/// Columns of the input from `first` on as floats; those outside are reflected.
-template <class T>
-MANI_VECTOR_VARIANTS void CopyReflected(const T* in, std::int64_t width, std::int64_t first, std::int64_t count,
-                                        float* out) {
+/// Columns of the input from `first` on; those outside are reflected.
+template <class T> void CopyReflected(const T* in, std::int64_t width, std::int64_t first, std::int64_t count, T* out) {
     const std::int64_t left = std::clamp<std::int64_t>(-first, 0, count);            // columns outside
     const std::int64_t right = std::clamp<std::int64_t>(width - first, left, count); // behind those inside
     for (std::int64_t x = 0; x < left; ++x) {
-        out[x] = static_cast<float>(in[Reflected(first + x, width)]);
+        out[x] = in[Reflected(first + x, width)];
     }
-    for (std::int64_t x = left; x < right; ++x) {
-        out[x] = static_cast<float>(in[first + x]);
-    }
+    CopyElements(in + first + left, out + left, right - left);
     for (std::int64_t x = right; x < count; ++x) {
-        out[x] = static_cast<float>(in[Reflected(first + x, width)]);
+        out[x] = in[Reflected(first + x, width)];
     }
 }
 
@@ -126,8 +123,8 @@ template <class T> void SmoothRows(const CImage& input, const CGausKernel& kerne
     const std::int64_t most = std::max<std::int64_t>(1, mostWeights / size); // columns at a time
     std::vector<double> weights;
     std::vector<std::int64_t> firsts;
-    std::vector<float> rows;
-    std::vector<float> columns;
+    std::vector<T> rows;
+    std::vector<T> columns;
     std::vector<double> wideColumns;
     std::vector<float> sums;
     for (std::int64_t left = 0; left < outWidth; left += most) {
@@ -149,7 +146,7 @@ template <class T> void SmoothRows(const CImage& input, const CGausKernel& kerne
             for (std::int64_t y = 0; y < inside; ++y) {
                 CopyReflected(Elements<T>(input) + width * (top + y), width, first, span, rows.data() + span * y);
             }
-            TransposePlane<float>(rows.data(), span, span, kRows, columns.data(), kRows);
+            TransposePlane<T>(rows.data(), span, span, kRows, columns.data(), kRows);
             Widen(columns.data(), kRows * span, wideColumns.data());
             AddColumns(wideColumns.data(), firsts, weights.data(), size, sums.data());
             TransposePlane<float>(sums.data(), kRows, inside, count, Elements<float>(output) + outWidth * top + left,

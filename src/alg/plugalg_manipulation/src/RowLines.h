@@ -49,14 +49,41 @@ template <class Condition> std::int64_t EndOf(StColumns columns, Condition holds
     return columns.first;
 }
 
+/// The same with the column at which it is expected. Probes on both sides of it leave a single column to search, where
+/// a search among all columns of a short row takes longer than what is done with them.
+template <class Condition> std::int64_t EndNear(std::int64_t expected, StColumns columns, Condition holds) {
+    for (const std::int64_t probe : {expected - 1, expected + 1}) {
+        if (probe < columns.first || probe >= columns.end) {
+            continue;
+        }
+        if (holds(static_cast<double>(probe))) {
+            columns.first = probe + 1;
+        } else {
+            columns.end = probe;
+        }
+    }
+    return EndOf(columns, holds);
+}
+
+/// About where the coordinate comes to a value: but for rounding the last column before it, and any of the columns
+/// where it never does.
+inline std::int64_t ColumnBefore(const StRowLine& line, double value, StColumns among) {
+    const double column = ((value - line.centre) - line.offset) / line.slope + line.origin;
+    const auto first = static_cast<double>(among.first);
+    const auto end = static_cast<double>(among.end);
+    return column > first && column < end ? static_cast<std::int64_t>(column) : column >= end ? among.end : among.first;
+}
+
 /// Those of the columns whose coordinate lies in the range from `low` to `high`, which doesn't belong to it.
 inline StColumns ColumnsInside(const StRowLine& line, double low, double high, StColumns among) {
+    const std::int64_t atLow = ColumnBefore(line, low, among);
+    const std::int64_t atHigh = ColumnBefore(line, high, among);
     if (line.slope >= 0.0) {
-        among.first = EndOf(among, [&](double column) { return line.At(column) < low; });
-        among.end = EndOf(among, [&](double column) { return line.At(column) < high; });
+        among.first = EndNear(atLow, among, [&](double column) { return line.At(column) < low; });
+        among.end = EndNear(atHigh, among, [&](double column) { return line.At(column) < high; });
     } else {
-        among.first = EndOf(among, [&](double column) { return line.At(column) >= high; });
-        among.end = EndOf(among, [&](double column) { return line.At(column) >= low; });
+        among.first = EndNear(atHigh, among, [&](double column) { return line.At(column) >= high; });
+        among.end = EndNear(atLow, among, [&](double column) { return line.At(column) >= low; });
     }
     return among;
 }

@@ -16,16 +16,6 @@ void MarkRunEnds(const std::uint32_t* in, std::uint8_t* ends, std::int64_t count
 void MarkRunEnds(const float* in, std::uint8_t* ends, std::int64_t count);
 /// @}
 
-/// How many byte labels are looked at together: neighbours mostly carry the same one.
-constexpr std::int64_t kLabelChunk = 32;
-
-/// True if the `kLabelChunk` bytes from `in` on are the same.
-inline bool IsUniformChunk(const std::uint8_t* in) {
-    std::array<std::uint64_t, kLabelChunk / 8> words;
-    std::memcpy(words.data(), in, sizeof(words));
-    return words[0] == std::rotl(words[0], 8) && words[0] == words[1] && words[0] == words[2] && words[0] == words[3];
-}
-
 /// Calls `visit(first, length)` for runs of elements with equal bits, in order and without gaps. Neighbouring regions
 /// of a label image are long runs, so that a label is looked up once a run. A long run may be visited in several
 /// pieces.

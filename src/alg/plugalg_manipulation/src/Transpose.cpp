@@ -75,14 +75,24 @@ MANI_VECTOR_VARIANTS void TransposeTile(const T* in, std::int64_t inStride, T* o
     }
 }
 
-/// What is left of a tile at the right or the lower edge.
+/// What is left of a tile at the right or the lower edge: whole squares, too, of which only a part is fetched and
+/// stored.
 template <class T>
-void TransposeRest(const T* in, std::int64_t inStride, std::int64_t width, std::int64_t height, T* out,
-                   std::int64_t outStride) {
-    for (std::int64_t x = 0; x < width; ++x) {
-        for (std::int64_t y = 0; y < height; ++y) {
-            out[outStride * x + y] = in[inStride * y + x];
+MANI_VECTOR_VARIANTS void TransposePart(const T* in, std::int64_t inStride, int width, int height, T* out,
+                                        std::int64_t outStride) {
+    constexpr int side = kSide<T>;
+    alignas(64) T source[side * side] = {};
+    alignas(64) T target[side * side];
+    for (int y = 0; y < height; ++y) {
+        std::copy_n(in + inStride * y, width, source + side * y);
+    }
+    for (int y = 0; y < height; y += kLanes<T>) {
+        for (int x = 0; x < width; x += kLanes<T>) {
+            TransposeSquare(source + side * y + x, target + side * x + y);
         }
+    }
+    for (int x = 0; x < width; ++x) {
+        std::copy_n(target + side * x, height, out + outStride * x);
     }
 }
 
@@ -100,7 +110,7 @@ void TransposeBlock(const T* in, std::int64_t inStride, std::int64_t width, std:
             if (columns == side && rows == side) {
                 TransposeTile(tile, inStride, place, outStride);
             } else {
-                TransposeRest(tile, inStride, columns, rows, place, outStride);
+                TransposePart(tile, inStride, static_cast<int>(columns), static_cast<int>(rows), place, outStride);
             }
         }
     }
