@@ -2,7 +2,7 @@
 
 SOURCES = $(shell find include src tests bench examples -name '*.h' -o -name '*.cpp' 2>/dev/null)
 
-.PHONY: help demo docs test check-docs asan asan-clang tsan clang coverage bench bench-growth bench-processes check-format format tidy package clean
+.PHONY: help demo docs test check-docs asan asan-clang tsan clang coverage bench bench-growth bench-processes fuzz check-format format tidy package clean
 
 help:
 	@echo "make demo          build the programs and run them on sample pictures"
@@ -16,6 +16,7 @@ help:
 	@echo "make bench         measure every node beside its peers, into bench/RESULTS.md"
 	@echo "make bench-growth  measure nodes of each class on work of growing size"
 	@echo "make bench-processes  measure whole processes beside other shell tools"
+	@echo "make fuzz          each fuzzer for SECONDS=60, on a corpus that grows in build-fuzz/corpus"
 	@echo "make check-format  tell which files clang-format would change; make format changes them"
 	@echo "make tidy          clang-tidy over everything, or over FILES='regular expressions'"
 	@echo "make package       build the Debian package build/vessa_VERSION_ARCHITECTURE.deb"
@@ -87,6 +88,12 @@ bench-processes:
 	@cmake --build --preset release --target vessa manipulation
 	@bench/processes.py build
 
+fuzz:
+	@scripts/install_packages.sh build checks
+	@cmake --preset fuzz
+	@cmake --build --preset fuzz
+	@scripts/fuzz.sh build-fuzz $(or $(SECONDS),60)
+
 check-format:
 	@scripts/install_packages.sh checks
 	@clang-format --dry-run -Werror $(SOURCES)
@@ -106,4 +113,4 @@ package:
 	@cmake --build --preset release --target package
 
 clean:
-	rm -rf build build-debug build-asan build-asan-clang build-tsan build-coverage build-clang
+	rm -rf build build-debug build-asan build-asan-clang build-tsan build-coverage build-clang build-fuzz
