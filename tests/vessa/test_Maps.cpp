@@ -160,8 +160,8 @@ TEST(Maps, RemoveAnEntryThatIsSetToNull) {
 }
 
 TEST(Maps, KeepAnEntryThatReplacesItself) {
-    CValueMap map;
     int deletions = 0;
+    CValueMap map;
     CValue* value = Counted(deletions);
     map.SetEntry("a/b", value);
     map.SetEntry("a/b", value);

@@ -148,7 +148,8 @@ template <class Shift>
     for (int i = 0; i < count; ++i) {
         positions.whole[i] = first + step * i + LimitedFloor(shifts[i]);
         if constexpr (std::is_floating_point_v<Shift>) {
-            positions.fraction[i] = shifts[i] - std::floor(shifts[i]);
+            const float fraction = shifts[i] - std::floor(shifts[i]);
+            positions.fraction[i] = fraction <= 1.0F ? fraction : 0.0F; // an infinite shift has none
         }
     }
 }
