@@ -19,11 +19,7 @@ Images PictureAndEllipse(const StScale& scale) {
 }
 
 /// A picture in polar coordinates, as long as it must be for its radii.
-Images PolarPicture(const StScale& scale) {
-    const std::int64_t radii = scale.size.x / 2;
-    return ListOf(Noise(scale.type, CSize(radii, static_cast<std::int64_t>(
-                                                     std::ceil(6.283185307179586 * static_cast<double>(radii))))));
-}
+Images PolarPicture(const StScale& scale) { return ListOf(PolarNoise(scale.type, scale.size.x)); }
 
 #if defined(BENCH_OPENCV)
 

@@ -35,6 +35,8 @@ std::vector<StScale> GrowingTables() {
     return scales;
 }
 
+Images PolarPicture(const StScale& scale) { return ListOf(PolarNoise(scale.type, scale.size.x)); }
+
 Images LabelsAlone(const StScale& scale) { return ListOf(Labels(scale.type, scale.size, scale.regions)); }
 
 Images TableAlone(const StScale& scale) { return ListOf(Table(scale.type, scale.size.x, scale.size.y)); }
@@ -46,7 +48,7 @@ std::vector<CCase> GrowthCases() {
         CCase("Pad", "copying").SetShare("pad_left", 0.125).On(GrowingPlanes()),
         CCase("SwitchAxes", "transposing").Set("axes", "YXZ").On(GrowingPlanes()),
         CCase("Rotate", "interpolating").Set("angle", 30.0).On(GrowingPlanes()),
-        CCase("PolarToCartesian", "polar").On(GrowingPlanes()),
+        CCase("PolarToCartesian", "polar").On(GrowingPlanes()).Inputs(PolarPicture),
         CCase("Resize", "smoothing").Set("scale_x", 0.5).Set("scale_y", 0.5).On(GrowingPlanes()),
         CCase("LabelToSize", "labels").On(GrowingLabels()).Inputs(LabelsAlone),
         CCase("LabelToFeature", "labels").On(GrowingLabels()).Inputs(LabelsAlone),

@@ -79,6 +79,12 @@ std::unique_ptr<CImage> Ellipse(const IImage::CType& type, const CSize& size) {
     });
 }
 
+std::unique_ptr<CImage> PolarNoise(const IImage::CType& type, std::int64_t side) {
+    const std::int64_t radii = side / 2;
+    return Noise(type,
+                 CSize(radii, static_cast<std::int64_t>(std::ceil(6.283185307179586 * static_cast<double>(radii)))));
+}
+
 std::unique_ptr<CImage> Sparse(const IImage::CType& type, const CSize& size) {
     return MakePicture(type, size, [&](std::int64_t x, std::int64_t y, std::int64_t z) {
         return NumberAt(Place(size, x, y, z)) < 0.1 ? 1.0 : 0.0;

@@ -33,6 +33,9 @@ std::unique_ptr<CImage> Noise(const IImage::CType& type, const CSize& size, doub
 std::unique_ptr<CImage> FramedNoise(const IImage::CType& type, const CSize& size);
 /// Noise in an ellipse that lies aslant, zeros around it.
 std::unique_ptr<CImage> Ellipse(const IImage::CType& type, const CSize& size);
+/// Noise in polar coordinates, which a square of about so many columns becomes: as many angles as the longest circle
+/// has elements.
+std::unique_ptr<CImage> PolarNoise(const IImage::CType& type, std::int64_t side);
 /// Ones at every tenth place or so, zeros elsewhere.
 std::unique_ptr<CImage> Sparse(const IImage::CType& type, const CSize& size);
 /// About `regions` regions with wavy edges and gaps between them: labels from 1 on, 0 in the gaps. Byte labels are
