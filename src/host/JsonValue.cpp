@@ -97,21 +97,17 @@ private:
     }
 
     json Number(double number) const {
-        if (std::isfinite(number)) {
-            return number;
+        if (!std::isfinite(number)) {
+            RequireRoom(); // its form is a level of its own
         }
-        RequireRoom(); // the form is a level of its own
-        return json{{kDouble, std::isnan(number) ? "nan" : number > 0 ? "inf" : "-inf"}};
+        return JsonFromNumber(number);
     }
 
     std::string Key(const CValue_Key& key) {
-        if (key.IsIndex()) {
-            return std::string(kIndex) + std::to_string(key.Index());
-        }
-        if (!IsUtf8(key.Text())) {
+        if (!key.IsIndex() && !IsUtf8(key.Text())) {
             Fail("has a key that isn't UTF-8");
         }
-        return key.Text().starts_with('$') && key.Text() != kSchema ? '$' + key.Text() : key.Text();
+        return JsonFromKey(key);
     }
 
     void Enter(const CValue& container) {
@@ -330,6 +326,20 @@ private:
 };
 
 } // namespace
+
+json JsonFromNumber(double number) {
+    if (std::isfinite(number)) {
+        return number;
+    }
+    return json{{kDouble, std::isnan(number) ? "nan" : number > 0 ? "inf" : "-inf"}};
+}
+
+std::string JsonFromKey(const CValue_Key& key) {
+    if (key.IsIndex()) {
+        return std::string(kIndex) + std::to_string(key.Index());
+    }
+    return key.Text().starts_with('$') && key.Text() != kSchema ? '$' + key.Text() : key.Text();
+}
 
 json JsonFromMap(const CValueMap& map, const std::string& where) { return CJsonWriter(where).Map(map); }
 

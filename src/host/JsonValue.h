@@ -16,6 +16,12 @@ namespace vessa {
 /// The deepest nesting of maps and vectors, so that a file can't exhaust the stack.
 constexpr std::size_t kMostLevels = 64;
 
+/// The forms of a number and of a key.
+/// @{
+nlohmann::json JsonFromNumber(double number);
+std::string JsonFromKey(const QUOR::CValue_Key& key);
+/// @}
+
 /// The JSON of a map. Raises a `CFileError`, whose text begins with `where`, for what JSON can't hold: pointers, texts
 /// that aren't UTF-8, and side information of values.
 nlohmann::json JsonFromMap(const QUOR::CValueMap& map, const std::string& where);

@@ -1,8 +1,8 @@
 #include "NodeJson.h"
 
+#include "JsonValue.h"
 #include "NodeText.h"
 
-#include <cmath>
 #include <nlohmann/json.hpp>
 
 using namespace QUOR;
@@ -24,14 +24,6 @@ ordered_json PortsJson(const std::vector<StPort>& ports, bool inputs) {
     return list;
 }
 
-/// JSON lacks the numbers that aren't finite.
-ordered_json NumberJson(double number) {
-    if (std::isfinite(number)) {
-        return number;
-    }
-    return {{"$double", std::isnan(number) ? "nan" : number > 0 ? "inf" : "-inf"}};
-}
-
 ordered_json ValueJson(const CValue& value) {
     switch (value.GenericType()) {
     case EnValType::Bool:
@@ -39,7 +31,7 @@ ordered_json ValueJson(const CValue& value) {
     case EnValType::Long:
         return value.Long();
     case EnValType::Double:
-        return NumberJson(value.Double());
+        return JsonFromNumber(value.Double());
     case EnValType::String:
         return value.String().Text();
     default:
@@ -65,17 +57,10 @@ ordered_json ParameterJson(const StParameter& parameter) {
 
 ordered_json WholeJson(const CValue& value);
 
-std::string KeyJson(const CValue_Key& key) {
-    if (key.IsIndex()) {
-        return "$int:" + std::to_string(key.Index());
-    }
-    return (key.Text().starts_with('$') ? "$" : "") + key.Text();
-}
-
 ordered_json MapJson(const CValueMap& map) {
     ordered_json object = ordered_json::object();
     for (const auto& [key, value] : map) {
-        object[KeyJson(key)] = WholeJson(*value);
+        object[JsonFromKey(key)] = WholeJson(*value);
     }
     return object;
 }
