@@ -5,7 +5,7 @@
 #     scripts/fuzz.sh BUILD SECONDS
 set -eu
 cd "$(dirname "$0")/.."
-build=$1
+build=$PWD/$1 # a fuzzer may go to another folder
 seconds=$2
 
 # What a fuzzer begins with, beside what it has learnt.
@@ -25,5 +25,5 @@ for fuzzer in "$build"/fuzz/fuzz_*; do
     mkdir -p "$build/corpus/$name"
     echo "== $name"
     "$fuzzer" -max_total_time="$seconds" -max_len=4096 -len_control=0 -timeout=20 -rss_limit_mb=4096 -verbosity=0 \
-        -print_final_stats=1 -artifact_prefix="$build/found/$name-" "$build/corpus/$name" "$(seeds "$name")"
+        -print_final_stats=1 -artifact_prefix="$build/found/$name-" "$build/corpus/$name" "$PWD/$(seeds "$name")"
 done
