@@ -12,12 +12,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The input that gives a value; the end if none does.
-std::vector<StGraphInput>::const_iterator InputOf(const StGraph& graph, std::size_t value) {
-    return std::find_if(graph.inputs.begin(), graph.inputs.end(),
-                        [&](const StGraphInput& input) { return input.value == value; });
-}
-
 /// Walks from node to node against the wires, depth first, and lists each node behind those that it takes values of.
 class CNodeOrder {
 public:
@@ -98,7 +92,7 @@ void CheckOutput(const StGraph& graph, const StGraphFiles& files, std::size_t va
         return;
     }
     CheckInputFile(file); // what an input's file holds is told once it is read
-    const auto index = static_cast<std::size_t>(InputOf(graph, value) - graph.inputs.begin());
+    const std::size_t index = *InputIndex(graph, value);
     if (files.inputs[index].file.empty()) {
         throw CUseError(file + ": the output takes the input '" + graph.inputs[index].name + "', which has no file");
     }
@@ -136,10 +130,17 @@ const StGraphNode* Producer(const StGraph& graph, std::size_t value) {
     return found == graph.nodes.end() ? nullptr : &*found;
 }
 
+std::optional<std::size_t> InputIndex(const StGraph& graph, std::size_t value) {
+    const auto found = std::find_if(graph.inputs.begin(), graph.inputs.end(),
+                                    [&](const StGraphInput& input) { return input.value == value; });
+    return found == graph.inputs.end() ? std::nullopt
+                                       : std::optional(static_cast<std::size_t>(found - graph.inputs.begin()));
+}
+
 std::string ValueName(const StGraph& graph, std::size_t value) {
     const StGraphNode* node = Producer(graph, value);
     if (node == nullptr) {
-        return InputOf(graph, value)->name;
+        return graph.inputs[*InputIndex(graph, value)].name;
     }
     std::string name = node->name;
     if (node->description->outputs.size() > 1) {

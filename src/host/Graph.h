@@ -64,6 +64,9 @@ StGraphFiles OwnFiles(const StGraph& graph);
 /// The node that gives a value; null for the value of an input.
 const StGraphNode* Producer(const StGraph& graph, std::size_t value);
 
+/// The place of the input that gives a value, among the graph's inputs; nothing for the value of a node.
+std::optional<std::size_t> InputIndex(const StGraph& graph, std::size_t value);
+
 /// What wires call a value: the name of an input or of a node, and behind a dot the number of the output where the node
 /// has several.
 std::string ValueName(const StGraph& graph, std::size_t value);

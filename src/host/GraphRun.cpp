@@ -138,12 +138,11 @@ private:
 
     /// Reads the value if it is that of an input and not there yet.
     void Require(std::size_t value) {
-        const auto input = std::find_if(m_graph.inputs.begin(), m_graph.inputs.end(),
-                                        [&](const StGraphInput& candidate) { return candidate.value == value; });
-        if (input == m_graph.inputs.end() || m_values[value].value != nullptr || m_values[value].readers == 0) {
+        const std::optional<std::size_t> input = InputIndex(m_graph, value);
+        if (!input || m_values[value].value != nullptr || m_values[value].readers == 0) {
             return;
         }
-        const StInputFile& file = m_files.inputs[static_cast<std::size_t>(input - m_graph.inputs.begin())];
+        const StInputFile& file = m_files.inputs[*input];
         if (!file.file.empty()) {
             {
                 const CStopwatch watch(m_times.reading);

@@ -81,7 +81,7 @@ void CheckInputFile(const std::string& file) {
 void CheckOutputFile(const std::string& file, bool isMap, const StWriteOptions& options) {
     CheckInputFile(file);
     if (!file.empty() && isMap != (OutputFormat(file, isMap, options) == EnFormat::Json)) {
-        throw CUseError((file == kStandardStream ? "standard output" : file) + ": the output is " +
+        throw CUseError((file == kStandardStream ? kStandardOutput : file) + ": the output is " +
                         (isMap ? "a map, which goes to a .json file" : "an image, which a .json file doesn't hold"));
     }
 }
