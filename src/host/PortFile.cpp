@@ -73,8 +73,7 @@ void OfferOutputs(CCompletion& completion) {
 
 void CheckInputFile(const std::string& file) {
     if (!file.empty() && file != kStandardStream && !FormatOf(file)) {
-        throw CUseError(
-            file + ": the name's ending tells no known format: .png, .tif, .tiff and .npy are images, .json is a map");
+        throw CUseError(UnknownFormat(file));
     }
 }
 

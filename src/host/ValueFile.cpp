@@ -76,8 +76,7 @@ const StFormat& Entry(EnFormat format) {
 EnFormat FormatOfEnding(const std::string& file) {
     const auto format = FormatOf(file);
     if (!format) {
-        throw CFileError(file + ": the name's ending tells no known format: .png, .tif, .tiff and .npy are images, "
-                                ".json is a map");
+        throw CFileError(UnknownFormat(file));
     }
     return *format;
 }
@@ -222,6 +221,10 @@ std::vector<std::string> KnownEndings() {
         endings.emplace_back(ending.substr(1));
     }
     return endings;
+}
+
+std::string UnknownFormat(const std::string& file) {
+    return file + ": the name's ending tells no known format: .png, .tif, .tiff and .npy are images, .json is a map";
 }
 
 std::optional<EnFormat> FormatOf(const std::string& file) {

@@ -39,8 +39,8 @@ const std::vector<std::string>& FormatNames();
 std::vector<std::string> KnownEndings();
 /// The format that the file name's ending tells, in letters of either case; nothing for an unknown ending and for "-".
 std::optional<EnFormat> FormatOf(const std::string& file);
-/// True if the file name's ending is one of a format that `WriteValue` writes.
-inline bool IsKnownFormat(const std::string& file) { return FormatOf(file).has_value(); }
+/// The message about a file whose name's ending tells none.
+std::string UnknownFormat(const std::string& file);
 
 /// What is read.
 struct StReadOptions {

@@ -42,11 +42,11 @@ TEST_F(ValueFile, KnowsTheFormatsByTheEnding) {
         {"a.json", EnFormat::Json}, {"a.b.json", EnFormat::Json}};
     for (const auto& [name, format] : known) {
         EXPECT_EQ(FormatOf(name), format) << name;
-        EXPECT_TRUE(IsKnownFormat(name)) << name;
+        EXPECT_TRUE(FormatOf(name).has_value()) << name;
     }
     for (const char* name : {"", "a", "png", "a.jpg", "a.png ", "a.png/b", "a.npz", "-"}) {
         EXPECT_EQ(FormatOf(name), std::nullopt) << name;
-        EXPECT_FALSE(IsKnownFormat(name)) << name;
+        EXPECT_FALSE(FormatOf(name).has_value()) << name;
     }
     const std::string error = ": the name's ending tells no known format: .png, .tif, .tiff and .npy are images, .json "
                               "is a map";
