@@ -33,29 +33,51 @@ constexpr int kColumns = 2048;
 /// Fractions as whole numbers of this part; see `HasSixteenths`.
 constexpr int kParts = 16;
 
+/// So many elements are spread at a time by a single shuffle, and the numbers that tell it which.
+/// @{
+template <class T> constexpr int kLanes = std::is_same_v<T, float> ? 8 : 16;
+template <class T> using Lane = std::conditional_t<std::is_same_v<T, float>, std::int32_t, T>;
+/// @}
+
 /// The columns of a part of all rows of the output.
-struct StColumns {
+template <class T> struct StColumns {
     StColumns(std::int64_t left, int number, double ratio, std::int64_t width) : count(number) {
         for (int i = 0; i < count; ++i) {
             const StBetween column = Between(left + i, ratio, width);
             first[i] = column.first;
             second[i] = column.second;
-            paired += column.second > column.first ? 1 : 0;
             fraction[i] = column.fraction;
             rest[i] = 1.0 - column.fraction;
             single[i] = static_cast<float>(column.fraction);
             parts[i] = static_cast<std::uint16_t>(column.fraction * kParts);
         }
+        while (shuffled + kLanes<T> <= count && FindLanes(shuffled, width)) {
+            shuffled += kLanes<T>;
+        }
     }
 
     int count;
-    int paired = 0; ///< the columns up to here lie between neighbours, those behind it past the last one
+    int shuffled = 0; ///< the columns up to here are shuffled from as many neighbours, and from those one further on
     std::int64_t first[kColumns];
     std::int64_t second[kColumns];
+    Lane<T> lane[kColumns];
     double fraction[kColumns];
     double rest[kColumns];         ///< what the fraction leaves of 1
     float single[kColumns];        ///< the fraction, where it is a whole number of parts
     std::uint16_t parts[kColumns]; ///< that number
+
+private:
+    /// False if the columns from `begin` on need elements further apart, or too near the end of the row.
+    bool FindLanes(int begin, std::int64_t width) {
+        const std::int64_t furthest = first[begin + kLanes<T> - 1] - first[begin];
+        if (furthest >= kLanes<T> || first[begin] + kLanes<T> >= width) {
+            return false;
+        }
+        for (int i = begin; i < begin + kLanes<T>; ++i) {
+            lane[i] = static_cast<Lane<T>>(first[i] - first[begin]);
+        }
+        return true;
+    }
 };
 
 /// True for powers of two up to 16: then every fraction is exactly a whole number of sixteenths.
@@ -88,19 +110,40 @@ template <class T, class Spread>
     row.mean[column] = static_cast<std::uint16_t>(first * (kParts - part) + second * part);
 }
 
+/// Writes in[lane[i]] to out[i] for as many elements as a shuffle takes.
+template <class T> [[gnu::always_inline]] inline void Shuffle(const T* in, const Lane<T>* lane, T* out) {
+#if defined(__GNUC__) && !defined(__clang__)
+    using Elements [[gnu::vector_size(kLanes<T> * sizeof(T))]] = T;
+    using Lanes [[gnu::vector_size(kLanes<T> * sizeof(T))]] = Lane<T>;
+    Elements elements;
+    Lanes lanes;
+    std::memcpy(&elements, in, sizeof(elements));
+    std::memcpy(&lanes, lane, sizeof(lanes));
+    elements = __builtin_shuffle(elements, lanes);
+    std::memcpy(out, &elements, sizeof(elements));
+#else
+    for (int i = 0; i < kLanes<T>; ++i) {
+        out[i] = in[lane[i]];
+    }
+#endif
+}
+
 /// `Repeat` is the number of columns that each element of the input is spread to, where it is the same for all; else 0.
 template <int Repeat, class T, class Row>
-MANI_VECTOR_VARIANTS void PrepareRow(const T* in, const StColumns& columns, Row& __restrict row) {
+MANI_VECTOR_VARIANTS void PrepareRow(const T* in, const StColumns<T>& columns, Row& __restrict row) {
     if constexpr (Repeat == 0) {
-        T pairs[2 * kColumns]; // a pass of loads alone, since what is done with them becomes vectors without it
-        for (int i = 0; i < columns.paired; ++i) {
-            std::memcpy(&pairs[2 * i], in + columns.first[i], 2 * sizeof(T));
+        T first[kColumns]; // a pass of loads alone, since what is done with them becomes vectors without it
+        T second[kColumns];
+        for (int i = 0; i < columns.shuffled; i += kLanes<T>) {
+            Shuffle(in + columns.first[i], &columns.lane[i], &first[i]);
+            Shuffle(in + columns.first[i] + 1, &columns.lane[i], &second[i]);
         }
-        for (int i = 0; i < columns.paired; ++i) {
-            PrepareElement(pairs[2 * i], pairs[2 * i + 1], columns.parts[i], i, row);
+        for (int i = columns.shuffled; i < columns.count; ++i) {
+            first[i] = in[columns.first[i]];
+            second[i] = in[columns.second[i]];
         }
-        for (int i = columns.paired; i < columns.count; ++i) {
-            PrepareElement(in[columns.first[i]], in[columns.second[i]], columns.parts[i], i, row);
+        for (int i = 0; i < columns.count; ++i) {
+            PrepareElement(first[i], second[i], columns.parts[i], i, row);
         }
     } else {
         const T* source = in + columns.first[0];
@@ -118,8 +161,8 @@ MANI_VECTOR_VARIANTS void PrepareRow(const T* in, const StColumns& columns, Row&
 
 /// The rule: each of the four products is narrowed to a float, their sum is one of floats.
 template <class T>
-MANI_VECTOR_VARIANTS void MixRows(const StColumns& columns, const StSpreadRow<double>& upper,
-                                  const StSpreadRow<double>& lower, double fraction, T* __restrict out) {
+MANI_VECTOR_VARIANTS void MixRows(const StColumns<T>& columns, const StSpreadRow<float>& upper,
+                                  const StSpreadRow<float>& lower, double fraction, T* __restrict out) {
     const double gy = 1.0 - fraction;
     for (int i = 0; i < columns.count; ++i) {
         const double fx = columns.fraction[i];
@@ -139,7 +182,7 @@ MANI_VECTOR_VARIANTS void MixRows(const StColumns& columns, const StSpreadRow<do
 
 /// With sixteenths the weights need so few bits that a product of doubles is exact, and narrowing it gives what a
 /// product of floats gives.
-MANI_VECTOR_VARIANTS void MixFloatRows(const StColumns& columns, const StSpreadRow<float>& upper,
+MANI_VECTOR_VARIANTS void MixFloatRows(const StColumns<float>& columns, const StSpreadRow<float>& upper,
                                        const StSpreadRow<float>& lower, double fraction, float* __restrict out) {
     const auto fy = static_cast<float>(fraction);
     const float gy = 1.0F - fy;
@@ -155,8 +198,8 @@ MANI_VECTOR_VARIANTS void MixFloatRows(const StColumns& columns, const StSpreadR
 }
 
 /// For bytes all of it is exact, and 16 bits hold the sum of 256ths.
-MANI_VECTOR_VARIANTS void MixByteRows(const StColumns& columns, const StMixedRow& upper, const StMixedRow& lower,
-                                      double fraction, std::uint8_t* __restrict out) {
+MANI_VECTOR_VARIANTS void MixByteRows(const StColumns<std::uint8_t>& columns, const StMixedRow& upper,
+                                      const StMixedRow& lower, double fraction, std::uint8_t* __restrict out) {
     const auto part = static_cast<std::uint16_t>(fraction * kParts);
     const auto rest = static_cast<std::uint16_t>(kParts - part);
     for (int i = 0; i < columns.count; ++i) {
@@ -165,8 +208,8 @@ MANI_VECTOR_VARIANTS void MixByteRows(const StColumns& columns, const StMixedRow
     }
 }
 
-template <class T, class Row> using PrepareFunction = void (*)(const T*, const StColumns&, Row&);
-template <class T, class Row> using MixFunction = void (*)(const StColumns&, const Row&, const Row&, double, T*);
+template <class T, class Row> using PrepareFunction = void (*)(const T*, const StColumns<T>&, Row&);
+template <class T, class Row> using MixFunction = void (*)(const StColumns<T>&, const Row&, const Row&, double, T*);
 
 template <class T, class Row> PrepareFunction<T, Row> ChoosePrepareRow(double ratio) {
     return ratio == 1.0   ? &PrepareRow<1, T, Row>
@@ -184,7 +227,7 @@ void ResizeRows(const CImage& input, CImage& output, double ratioX, double ratio
     Row rows[2];
     for (std::int64_t left = 0; left < outWidth; left += kColumns) {
         const int count = static_cast<int>(std::min<std::int64_t>(kColumns, outWidth - left));
-        const StColumns columns(left, count, ratioX, width);
+        const StColumns<T> columns(left, count, ratioX, width);
         Row* upper = &rows[0];
         Row* lower = &rows[1];
         std::int64_t upperY = -1; // the rows that are prepared
@@ -224,11 +267,11 @@ std::unique_ptr<CImage> ResizeBilinear(const CImage& input, double factorX, doub
     if (input.Type() == IMAGE_GREY_F && hasSixteenths) {
         ResizeRows<float, StSpreadRow<float>>(input, *output, ratioX, ratioY, &MixFloatRows);
     } else if (input.Type() == IMAGE_GREY_F) {
-        ResizeRows<float, StSpreadRow<double>>(input, *output, ratioX, ratioY, &MixRows<float>);
+        ResizeRows<float, StSpreadRow<float>>(input, *output, ratioX, ratioY, &MixRows<float>);
     } else if (hasSixteenths) {
         ResizeRows<std::uint8_t, StMixedRow>(input, *output, ratioX, ratioY, &MixByteRows);
     } else {
-        ResizeRows<std::uint8_t, StSpreadRow<double>>(input, *output, ratioX, ratioY, &MixRows<std::uint8_t>);
+        ResizeRows<std::uint8_t, StSpreadRow<float>>(input, *output, ratioX, ratioY, &MixRows<std::uint8_t>);
     }
     return output;
 }
