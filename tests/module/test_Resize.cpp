@@ -551,6 +551,40 @@ TEST(Resize, AddsWeightedElementsInOrder) {
     }
 }
 
+TEST(Resize, GreysLoseALevelWhereTheirFourPartsDo) {
+    // The parts of one grey come to it or, by their roundings, to just below it.
+    std::int64_t lowered = 0;
+    for (int grey = 0; grey < 256; ++grey) {
+        ImagePtr image = ZeroImage(IMAGE_GREY_8, CSize(150, 9));
+        image->Buffer().Set(static_cast<unsigned char>(grey));
+        StResize resize(std::move(image), 1.3, 1.7);
+        const CImage& output = resize.Output();
+        const ImagePtr expected = PlainBilinear<std::uint8_t>(resize.node.InputImage(0), 1.3, 1.7);
+        EXPECT_TRUE(SameImage(*expected, output)) << grey;
+        const auto bytes = ElementsOf<std::uint8_t>(output);
+        lowered += std::count_if(bytes.begin(), bytes.end(), [grey](std::uint8_t byte) { return byte != grey; });
+        EXPECT_EQ(bytes[0], grey) << "the first element has a single part";
+    }
+    EXPECT_GT(lowered, 0);
+}
+
+TEST(Resize, ComputesBytesOfFewLevelsAsThePlainLoopDoes) {
+    std::mt19937 random(20260408);
+    for (const double factor : {1.3, 1.5, 3.0, 0.9}) {
+        for (const unsigned levels : {2U, 3U, 16U}) {
+            ImagePtr image = RandomImage(IMAGE_GREY_8, CSize(300, 40), random);
+            auto* bytes = static_cast<std::uint8_t*>(image->Buffer().Data());
+            std::transform(bytes, bytes + image->Buffer().Size(), bytes, [levels](std::uint8_t byte) {
+                return static_cast<std::uint8_t>(byte % levels * (255 / (levels - 1)));
+            });
+            StResize resize(std::move(image), factor, 1.3);
+            const CImage& output = resize.Output();
+            EXPECT_TRUE(SameImage(*PlainBilinear<std::uint8_t>(resize.node.InputImage(0), factor, 1.3), output))
+                << factor << ", " << levels << " levels";
+        }
+    }
+}
+
 TEST(Resize, AgreesWithThePlainLoops) {
     std::mt19937 random(20260406);
     const std::vector<double> special{1.0, 2.0, 4.0, 8.0, 16.0, 3.0, 32.0, 0.5, 0.25, 0.125, 1.5, 1.0 / 3.0};
