@@ -73,14 +73,15 @@ const std::type_info& CValueMap::Type() const { return typeid(CValueMap); }
 const std::type_info* CValueMap::TypeId() { return &typeid(CValueMap); }
 
 CValue* CValueMap::Entry(const CValue_Key& key, bool required) const {
-    const StPath path = Split(key);
-    const auto found = m_entries.find(path.first);
     CValue* entry = nullptr;
-    if (found != m_entries.end()) {
-        if (path.rest.IsNone()) {
-            entry = found->second.get();
-        } else if (found->second->GenericType() == EnValType::Map) {
-            entry = found->second->Map()->Entry(path.rest, false);
+    const std::size_t slash = key.Text().find('/');
+    if (slash == std::string::npos) {
+        const auto found = m_entries.find(key);
+        entry = found == m_entries.end() ? nullptr : found->second.get();
+    } else {
+        const CValue* branch = Entry(CValue_Key(key.Text().substr(0, slash)), false);
+        if (branch != nullptr && branch->GenericType() == EnValType::Map) {
+            entry = branch->Map()->Entry(CValue_Key(key.Text().substr(slash + 1)), false);
         }
     }
     if (entry == nullptr && required) {

@@ -31,10 +31,10 @@ std::size_t BytesOf(const IImage::CType& type, const CSize& size) {
     if (!negative && std::find(extents.begin(), extents.end(), 0) != extents.end()) {
         return 0;
     }
-    bool tooLarge = false;
+    bool tooLarge = negative;
     for (const std::int64_t extent : extents) {
-        tooLarge = tooLarge || negative || bytes > most / static_cast<std::uint64_t>(extent);
-        bytes *= static_cast<std::uint64_t>(extent);
+        tooLarge =
+            __builtin_mul_overflow(bytes, static_cast<std::uint64_t>(extent), &bytes) || bytes > most || tooLarge;
     }
     if (tooLarge) {
         CString message(negative ? "an image can't have the negative extents %1"

@@ -42,25 +42,32 @@ KEYWORDS
 crop, extract, border, cut
 )";
 
-/// The constant of the frame as a number, cut to 32 bits, and as it stands in the log line.
+constexpr const char* kFillKey = "padvalue";
+
+/// The constant of the frame, as it is and cut to 32 bits.
 struct StFill {
     double real;
     Long whole;
-    CString text;
 };
 
 StFill ReadFill(const CValueMap& parameters) {
-    constexpr const char* key = "padvalue";
-    if (parameters.HasEntry(key, EnValType::Double)) {
-        const double number = parameters.EntryDouble(key);
-        return {number, TruncateTo32(number), CString("%1").Arg(number, 0)};
+    if (parameters.HasEntry(kFillKey, EnValType::Double)) {
+        const double number = parameters.EntryDouble(kFillKey);
+        return {number, TruncateTo32(number)};
     }
-    if (parameters.HasEntry(key, EnValType::Bool)) {
-        const bool set = parameters.EntryBool(key);
-        return {set ? 1.0 : 0.0, set ? 1 : 0, set ? "true=1" : "false=0"};
+    const Long number = parameters.EntryLong(kFillKey);
+    return {static_cast<double>(number), number};
+}
+
+/// The constant as it stands in the log line.
+CString FillText(const CValueMap& parameters) {
+    if (parameters.HasEntry(kFillKey, EnValType::Double)) {
+        return CString("%1").Arg(parameters.EntryDouble(kFillKey), 0);
     }
-    const Long number = parameters.EntryLong(key);
-    return {static_cast<double>(number), number, CString("%1").Arg(number, 0)};
+    if (parameters.HasEntry(kFillKey, EnValType::Bool)) {
+        return parameters.EntryBool(kFillKey) ? "true=1" : "false=0";
+    }
+    return CString("%1").Arg(parameters.EntryLong(kFillKey), 0);
 }
 
 /// Integers take the low bits of the 32-bit number, `IMAGE_GREY_32` too.
@@ -99,11 +106,11 @@ void WriteOutput(const CImage& input, CImage& output, const CBox& region, std::i
 }
 
 void PrintProgress(const CSize& size, const CSize& resultSize, const std::string& region, std::int64_t border,
-                   const StFill& fill) {
+                   const CString& fill) {
     std::cout << kWhere << ": Border " << size.dim << "d image, border=" << border << ", inputsize=" << size.ToString()
               << ", resultsize=" << resultSize.ToString() << ", ROI=" << region;
     if (border > 0) {
-        std::cout << ", embedded in padding value " << fill.text;
+        std::cout << ", embedded in padding value " << fill;
     }
     std::cout << std::endl;
 }
@@ -137,7 +144,8 @@ void CPBorder::Run() {
     const bool flat = border > 0 ? size.z == 1 : size.dim == 2;
     const CSize resultSize = flat ? CSize(volume.x, volume.y) : volume;
     if (verbose) {
-        PrintProgress(size, resultSize, flat ? RegionText(PlaneOf(region)) : RegionText(region), border, fill);
+        PrintProgress(size, resultSize, flat ? RegionText(PlaneOf(region)) : RegionText(region), border,
+                      FillText(Parameters()));
     }
 
     // The host may stop a node while it runs, so that the parameter is read anew each time.

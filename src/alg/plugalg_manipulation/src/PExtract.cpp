@@ -145,7 +145,7 @@ void CarryKeys(const CValueVector& keys, std::int64_t first, std::int64_t end, C
 /// Carries over what describes a table, if the image is one: a volume never is.
 void CarryTable(const CImage& input, CImage& output, const CBox& region) {
     const CValueMap& from = input.Attributes();
-    if (input.Size().z != 1 || from.EntryString("Image/ContentType", "") != CString("table")) {
+    if (input.Size().z != 1 || from.IsEmpty() || from.EntryString("Image/ContentType", "") != CString("table")) {
         return;
     }
     constexpr std::array<const char*, 4> texts{"Image/table-type", "Image/x-name", "Image/y-name", "Image/f-name"};
