@@ -326,6 +326,27 @@ TEST(Rotate, QuarterTurnsOfVolumesTurnEachPlane) {
     }
 }
 
+TEST(Rotate, TurnsPlanesThatNoCacheHoldsByAQuarter) {
+    constexpr std::int64_t width = 2101;
+    constexpr std::int64_t height = 4112;
+    std::mt19937 random(4);
+    for (const int quarters : {1, 3}) {
+        CNodeUnderTest node("Rotate");
+        node.Set("angle", 90 * quarters).Set("resize", true);
+        node.Input(0, RandomImage(IMAGE_GREY_F, CSize(width, height), random)).Run();
+        const auto in = ElementsOf<std::uint32_t>(node.InputImage(0));
+        const auto out = ElementsOf<std::uint32_t>(node.Output());
+        int wrong = 0;
+        for (std::int64_t y = 0; y < height; ++y) {
+            for (std::int64_t x = 0; x < width; ++x) {
+                const std::int64_t moved = quarters == 1 ? height * x + height - 1 - y : height * (width - 1 - x) + y;
+                wrong += in[static_cast<std::size_t>(width * y + x)] != out[static_cast<std::size_t>(moved)];
+            }
+        }
+        EXPECT_EQ(wrong, 0) << quarters;
+    }
+}
+
 TEST(Rotate, KeepsTheBitsOfFloatsThatItMoves) {
     const std::vector<std::uint32_t> bits{0x7FA00001U, 0x80000000U, 0xFFC12345U, 0x7F800001U};
     for (const double angle : {90.0, 180.0, 360.0}) {

@@ -4,8 +4,13 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace QUOR::manipulation {
 
@@ -14,8 +19,11 @@ namespace {
 /// How many elements a vector of 16 bytes has.
 template <class T> constexpr int kLanes = 16 / sizeof(T);
 
+/// The bytes of a cache line.
+constexpr int kLine = 64;
+
 /// How many elements a cache line has: the side of a tile.
-template <class T> constexpr int kSide = 64 / sizeof(T);
+template <class T> constexpr int kSide = kLine / sizeof(T);
 
 template <class T> using Vector [[gnu::vector_size(16)]] = T;
 
@@ -29,11 +37,12 @@ template <int Half, class T, int... Lane>
 
 /// Weaves row i with row i + n/2, for all i of the n rows, as often as told, and stores the rows. One such weaving is a
 /// perfect shuffle of the square of n by n elements; log2(n) of them swap its rows and columns.
-template <int Rounds, class T> [[gnu::always_inline]] inline void ShuffleRows(const Vector<T>* rows, T* out) {
+template <int Rounds, class T>
+[[gnu::always_inline]] inline void ShuffleRows(const Vector<T>* rows, T* out, std::int64_t outStride) {
     constexpr int lanes = kLanes<T>;
     if constexpr (Rounds == 0) {
         for (int row = 0; row < lanes; ++row) {
-            std::memcpy(out + kSide<T> * row, &rows[row], sizeof(Vector<T>));
+            std::memcpy(out + outStride * row, &rows[row], sizeof(Vector<T>));
         }
     } else {
         constexpr auto sequence = std::make_integer_sequence<int, lanes>{};
@@ -42,75 +51,121 @@ template <int Rounds, class T> [[gnu::always_inline]] inline void ShuffleRows(co
             Weave<0, T>(rows[row], rows[row + lanes / 2], woven[2 * row], sequence);
             Weave<1, T>(rows[row], rows[row + lanes / 2], woven[2 * row + 1], sequence);
         }
-        ShuffleRows<Rounds - 1, T>(woven, out);
+        ShuffleRows<Rounds - 1, T>(woven, out, outStride);
     }
 }
 
-/// Transposes a square with the side of a vector, from one tile to another.
-template <class T> [[gnu::always_inline]] inline void TransposeSquare(const T* in, T* out) {
+/// Transposes a square with the side of a vector.
+template <class T>
+[[gnu::always_inline]] inline void TransposeSquare(const T* in, std::int64_t inStride, T* out, std::int64_t outStride) {
     Vector<T> rows[kLanes<T>];
     for (int row = 0; row < kLanes<T>; ++row) {
-        std::memcpy(&rows[row], in + kSide<T> * row, sizeof(Vector<T>));
+        std::memcpy(&rows[row], in + inStride * row, sizeof(Vector<T>));
     }
-    ShuffleRows<std::bit_width(unsigned{kLanes<T>}) - 1, T>(rows, out);
+    ShuffleRows<std::bit_width(unsigned{kLanes<T>}) - 1, T>(rows, out, outStride);
+}
+
+/// Stores a cache line. One of an output that no cache holds goes past the caches, which would read it from memory
+/// first only to have it written over.
+template <bool Streams> [[gnu::always_inline]] inline void StoreLine(const void* line, void* out) {
+#if defined(__SSE2__)
+    if constexpr (Streams) {
+        for (int part = 0; part < 4; ++part) {
+            _mm_stream_si128(static_cast<__m128i*>(out) + part,
+                             _mm_load_si128(static_cast<const __m128i*>(line) + part));
+        }
+        return;
+    }
+#endif
+    std::memcpy(out, line, kLine);
+}
+
+/// Other threads see what was stored past the caches only after this.
+void EndStreams() {
+#if defined(__SSE2__)
+    _mm_sfence();
+#endif
+}
+
+/// True for an output whose rows are whole cache lines and that is larger than what the caches keep for the next node.
+template <class T> bool Streams(const T* out, std::int64_t outStride, std::int64_t rows) {
+    constexpr std::int64_t cached = std::int64_t{32} << 20;
+    const std::int64_t strideBytes = std::abs(outStride) * static_cast<std::int64_t>(sizeof(T));
+    return strideBytes % kLine == 0 && reinterpret_cast<std::uintptr_t>(out) % kLine == 0 &&
+           strideBytes > cached / rows;
 }
 
 /// Rows of a large image lie a power of two apart and compete for the same few lines of the cache. So a tile is
 /// fetched and stored in whole lines, and transposed between two blocks of its own.
-template <class T>
+template <bool Streams, class T>
 MANI_VECTOR_VARIANTS void TransposeTile(const T* in, std::int64_t inStride, T* out, std::int64_t outStride) {
     constexpr int side = kSide<T>;
-    alignas(64) T source[side * side];
-    alignas(64) T target[side * side];
+    alignas(kLine) T source[side * side];
+    alignas(kLine) T target[side * side];
     for (int y = 0; y < side; ++y) {
-        std::memcpy(source + side * y, in + inStride * y, 64);
+        std::memcpy(source + side * y, in + inStride * y, kLine);
     }
     for (int y = 0; y < side; y += kLanes<T>) {
         for (int x = 0; x < side; x += kLanes<T>) {
-            TransposeSquare(source + side * y + x, target + side * x + y);
+            TransposeSquare(source + side * y + x, side, target + side * x + y, side);
         }
     }
     for (int x = 0; x < side; ++x) {
-        std::memcpy(out + outStride * x, target + side * x, 64);
+        StoreLine<Streams>(target + side * x, out + outStride * x);
     }
 }
 
-/// What is left of a tile at the right or the lower edge: whole squares, too, of which only a part is fetched and
-/// stored.
+/// What is left of a square at the right or the lower edge: a whole one, of which only a part is fetched and stored.
 template <class T>
-MANI_VECTOR_VARIANTS void TransposePart(const T* in, std::int64_t inStride, int width, int height, T* out,
-                                        std::int64_t outStride) {
-    constexpr int side = kSide<T>;
-    alignas(64) T source[side * side] = {};
-    alignas(64) T target[side * side];
+[[gnu::always_inline]] inline void TransposeSquarePart(const T* in, std::int64_t inStride, int width, int height,
+                                                       T* out, std::int64_t outStride) {
+    constexpr int lanes = kLanes<T>;
+    T source[lanes * lanes] = {};
+    T target[lanes * lanes];
     for (int y = 0; y < height; ++y) {
-        std::copy_n(in + inStride * y, width, source + side * y);
+        std::copy_n(in + inStride * y, width, source + lanes * y);
     }
-    for (int y = 0; y < height; y += kLanes<T>) {
-        for (int x = 0; x < width; x += kLanes<T>) {
-            TransposeSquare(source + side * y + x, target + side * x + y);
+    TransposeSquare(source, lanes, target, lanes);
+    for (int x = 0; x < width; ++x) {
+        std::copy_n(target + lanes * x, height, out + outStride * x);
+    }
+}
+
+/// What is left of a tile at the right or the lower edge.
+template <class T>
+MANI_VECTOR_VARIANTS void TransposeTilePart(const T* in, std::int64_t inStride, int width, int height, T* out,
+                                            std::int64_t outStride) {
+    constexpr int lanes = kLanes<T>;
+    for (int y = 0; y < height; y += lanes) {
+        for (int x = 0; x < width; x += lanes) {
+            const T* square = in + inStride * y + x;
+            T* place = out + outStride * x + y;
+            const int columns = std::min(lanes, width - x);
+            const int rows = std::min(lanes, height - y);
+            if (columns == lanes && rows == lanes) {
+                TransposeSquare(square, inStride, place, outStride);
+            } else {
+                TransposeSquarePart(square, inStride, columns, rows, place, outStride);
+            }
         }
     }
-    for (int x = 0; x < width; ++x) {
-        std::copy_n(target + side * x, height, out + outStride * x);
-    }
 }
 
-/// Tiles that follow one another down a column store neighbouring lines.
-template <class T>
+/// Tiles that follow one another along a row fetch neighbouring lines.
+template <bool Streams, class T>
 void TransposeBlock(const T* in, std::int64_t inStride, std::int64_t width, std::int64_t height, T* out,
                     std::int64_t outStride) {
     constexpr std::int64_t side = kSide<T>;
-    for (std::int64_t x = 0; x < width; x += side) {
-        for (std::int64_t y = 0; y < height; y += side) {
+    for (std::int64_t y = 0; y < height; y += side) {
+        for (std::int64_t x = 0; x < width; x += side) {
             const T* tile = in + inStride * y + x;
             T* place = out + outStride * x + y;
             const std::int64_t columns = std::min(side, width - x);
             const std::int64_t rows = std::min(side, height - y);
             if (columns == side && rows == side) {
-                TransposeTile(tile, inStride, place, outStride);
+                TransposeTile<Streams>(tile, inStride, place, outStride);
             } else {
-                TransposePart(tile, inStride, static_cast<int>(columns), static_cast<int>(rows), place, outStride);
+                TransposeTilePart(tile, inStride, static_cast<int>(columns), static_cast<int>(rows), place, outStride);
             }
         }
     }
@@ -121,15 +176,23 @@ void TransposeBlock(const T* in, std::int64_t inStride, std::int64_t width, std:
 template <class T>
 void TransposePlane(const T* in, std::int64_t inStride, std::int64_t width, std::int64_t height, T* out,
                     std::int64_t outStride) {
+    if (width <= 0 || height <= 0) {
+        return;
+    }
     constexpr std::int64_t side = kSide<T>;
     constexpr std::int64_t blockSide = 16 * side;
+    const bool streams = Streams(out, outStride, width);
+    const auto transposeBlock = streams ? &TransposeBlock<true, T> : &TransposeBlock<false, T>;
     for (std::int64_t top = 0; top < height; top += blockSide) {
         for (std::int64_t left = 0; left < width; left += blockSide) {
             const std::int64_t columns = std::min(blockSide, width - left);
             const std::int64_t rows = std::min(blockSide, height - top);
-            TransposeBlock(in + inStride * top + left, inStride, columns, rows, out + outStride * left + top,
+            transposeBlock(in + inStride * top + left, inStride, columns, rows, out + outStride * left + top,
                            outStride);
         }
+    }
+    if (streams) {
+        EndStreams();
     }
 }
 
