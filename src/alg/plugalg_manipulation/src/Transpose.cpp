@@ -88,7 +88,7 @@ void EndStreams() {
 }
 
 /// True for an output whose rows are whole cache lines and that is larger than what the caches keep for the next node.
-template <class T> bool Streams(const T* out, std::int64_t outStride, std::int64_t rows) {
+template <class T> bool ShouldStream(const T* out, std::int64_t outStride, std::int64_t rows) {
     constexpr std::int64_t cached = std::int64_t{32} << 20;
     const std::int64_t strideBytes = std::abs(outStride) * static_cast<std::int64_t>(sizeof(T));
     return strideBytes % kLine == 0 && reinterpret_cast<std::uintptr_t>(out) % kLine == 0 &&
@@ -181,7 +181,7 @@ void TransposePlane(const T* in, std::int64_t inStride, std::int64_t width, std:
     }
     constexpr std::int64_t side = kSide<T>;
     constexpr std::int64_t blockSide = 16 * side;
-    const bool streams = Streams(out, outStride, width);
+    const bool streams = ShouldStream(out, outStride, width);
     const auto transposeBlock = streams ? &TransposeBlock<true, T> : &TransposeBlock<false, T>;
     for (std::int64_t top = 0; top < height; top += blockSide) {
         for (std::int64_t left = 0; left < width; left += blockSide) {
