@@ -125,15 +125,17 @@ template <class T> struct StNeighbours {
     }
 };
 
+/// The largest number below a half. Added to a position from 0 on, before that is cut, it takes fractions from a half
+/// on to the next element; a half itself would round up what lies just below 0.5, too.
+constexpr double kJustBelowHalf = 0.49999999999999994;
+
 MANI_VECTOR_VARIANTS void FindNearest(StRowLines lines, std::int64_t first, int count, std::int32_t width,
                                       std::int32_t* element) {
     const auto start = static_cast<double>(first);
     for (int i = 0; i < count; ++i) {
-        const double sx = lines.x.At(start + i);
-        const double sy = lines.y.At(start + i);
-        const auto ix = static_cast<std::int32_t>(sx);
-        const auto iy = static_cast<std::int32_t>(sy);
-        element[i] = (iy + (sy - iy < 0.5 ? 0 : 1)) * width + ix + (sx - ix < 0.5 ? 0 : 1);
+        const auto x = static_cast<std::int32_t>(lines.x.At(start + i) + kJustBelowHalf);
+        const auto y = static_cast<std::int32_t>(lines.y.At(start + i) + kJustBelowHalf);
+        element[i] = y * width + x;
     }
 }
 
