@@ -124,12 +124,6 @@ constexpr int kBlock = 256;
 /// In images of up to so many elements, 32 bits hold every position and every element's number.
 constexpr std::int32_t kMostElements = 1 << 30;
 
-/// Where the elements of a block come from along one axis.
-struct StPositions {
-    std::int32_t whole[kBlock];
-    float fraction[kBlock];
-};
-
 inline std::int32_t LimitedFloor(std::uint8_t shift) { return shift; }
 
 /// Shifts beyond the limit, and NaN, lead outside the image however far they are.
@@ -140,53 +134,45 @@ inline std::int32_t LimitedFloor(float shift) {
     return static_cast<std::int32_t>(raised < limit ? raised : limit);
 }
 
-/// `start` is the place of the first element, `step` 1 on the axis of the row and 0 on the others.
-template <class Shift>
-[[gnu::always_inline]] inline void ShiftBlock(const Shift* shifts, int count, std::int64_t start, std::int32_t step,
-                                              StPositions& positions) {
-    const auto first = static_cast<std::int32_t>(start);
-    for (int i = 0; i < count; ++i) {
-        positions.whole[i] = first + step * i + LimitedFloor(shifts[i]);
-        if constexpr (std::is_floating_point_v<Shift>) {
-            const float fraction = shifts[i] - std::floor(shifts[i]);
-            positions.fraction[i] = fraction <= 1.0F ? fraction : 0.0F; // an infinite shift has none
-        }
-    }
+inline float Fraction(float shift) {
+    const float fraction = shift - std::floor(shift);
+    return fraction <= 1.0F ? fraction : 0.0F; // an infinite shift has none
 }
 
 /// The sources of a block.
 struct StSources {
-    StPositions columns;
-    StPositions rows;
-    StPositions planes;
     std::uint32_t number[kBlock];   ///< of the element; 0 for a source that the blocks don't serve
     std::uint32_t unserved[kBlock]; ///< 1 for such a one
     std::uint32_t unservedCount;
+    float fractionX[kBlock]; ///< for interpolation only
+    float fractionY[kBlock];
 };
 
-/// Blocks serve the sources that lie inside with all their neighbours.
-template <int Neighbours, class Shift>
+/// Blocks serve the sources that lie inside with all their neighbours. `shiftZ` tells the shifts along z, or none.
+template <bool Bilinear, class Shift, class ShiftZ>
 [[gnu::always_inline]] inline void FindSources(const StExtents& extents, const StPlace& place,
-                                               const StShifts<Shift>& shifts, int count, StSources& sources) {
-    ShiftBlock(shifts.x, count, place.x, 1, sources.columns);
-    ShiftBlock(shifts.y, count, place.y, 0, sources.rows);
-    if (shifts.z == nullptr) {
-        std::fill_n(sources.planes.whole, count, static_cast<std::int32_t>(place.z));
-    } else {
-        ShiftBlock(shifts.z, count, place.z, 0, sources.planes);
-    }
+                                               const StShifts<Shift>& shifts, ShiftZ shiftZ, int count,
+                                               StSources& sources) {
+    constexpr std::uint32_t neighbours = Bilinear ? 1 : 0;
     const auto width = static_cast<std::uint32_t>(extents.width);
     const auto height = static_cast<std::uint32_t>(extents.height);
     const auto depth = static_cast<std::uint32_t>(extents.depth);
+    const auto first = static_cast<std::int32_t>(place.x);
+    const auto row = static_cast<std::int32_t>(place.y);
+    const auto plane = static_cast<std::int32_t>(place.z);
     std::uint32_t unserved = 0;
     for (int i = 0; i < count; ++i) {
-        const auto x = static_cast<std::uint32_t>(sources.columns.whole[i]); // below 0 it is huge
-        const auto y = static_cast<std::uint32_t>(sources.rows.whole[i]);
-        const auto z = static_cast<std::uint32_t>(sources.planes.whole[i]);
-        const bool isServed = (x < width - Neighbours) & (y < height - Neighbours) & (z < depth);
+        const auto x = static_cast<std::uint32_t>(first + i + LimitedFloor(shifts.x[i])); // below 0 it is huge
+        const auto y = static_cast<std::uint32_t>(row + LimitedFloor(shifts.y[i]));
+        const auto z = static_cast<std::uint32_t>(plane + shiftZ(i));
+        const bool isServed = (x < width - neighbours) & (y < height - neighbours) & (z < depth);
         sources.number[i] = isServed ? x + width * (y + height * z) : 0;
         sources.unserved[i] = isServed ? 0 : 1;
         unserved += sources.unserved[i];
+        if constexpr (Bilinear) {
+            sources.fractionX[i] = Fraction(shifts.x[i]);
+            sources.fractionY[i] = Fraction(shifts.y[i]);
+        }
     }
     sources.unservedCount = unserved;
 }
@@ -217,9 +203,15 @@ MANI_VECTOR_VARIANTS void ResampleBlock(const T* in, const StExtents& extents, S
     StSources sources;
     const bool hasBlocks = width > neighbours && height > neighbours && width * height * depth <= kMostElements;
     if (hasBlocks) {
-        FindSources<neighbours>(extents, place, shifts, count, sources);
+        if (shifts.z == nullptr) {
+            FindSources<Bilinear>(
+                extents, place, shifts, [](int) { return 0; }, count, sources);
+        } else {
+            FindSources<Bilinear>(
+                extents, place, shifts, [z = shifts.z](int i) { return LimitedFloor(z[i]); }, count, sources);
+        }
         if constexpr (Bilinear) {
-            MixBlock(in, width, sources.number, sources.columns.fraction, sources.rows.fraction, count, out);
+            MixBlock(in, width, sources.number, sources.fractionX, sources.fractionY, count, out);
         } else {
             PickElements(in, sources.number, count, out);
         }
@@ -238,8 +230,9 @@ template <class T, class Shift>
 void ResampleImage(const CImage& input, const StShifts<Shift>& shifts, CImage& output, T background, bool isBilinear) {
     const StExtents extents = Extents(input);
     // A byte has no fraction: its nearest element is the mix.
-    const bool hasFractions = isBilinear && std::is_floating_point_v<Shift>;
-    const auto resampleBlock = hasFractions ? &ResampleBlock<true, T, Shift> : &ResampleBlock<false, T, Shift>;
+    constexpr bool hasFractions = std::is_floating_point_v<Shift>;
+    const auto resampleBlock =
+        isBilinear && hasFractions ? &ResampleBlock<hasFractions, T, Shift> : &ResampleBlock<false, T, Shift>;
     std::int64_t element = 0;
     for (std::int64_t z = 0; z < extents.depth; ++z) {
         for (std::int64_t y = 0; y < extents.height; ++y) {
