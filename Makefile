@@ -16,7 +16,7 @@ help:
 	@echo "make bench         measure every node beside its peers, into bench/RESULTS.md"
 	@echo "make bench-growth  measure nodes of each class on work of growing size"
 	@echo "make bench-processes  measure whole processes beside other shell tools"
-	@echo "make fuzz          each fuzzer for SECONDS=60, on a corpus that grows in build-fuzz/corpus"
+	@echo "make fuzz          each fuzzer for SECONDS=60, on a corpus that grows in build-asan-clang/corpus"
 	@echo "make check-format  tell which files clang-format would change; make format changes them"
 	@echo "make tidy          clang-tidy over everything, or over FILES='regular expressions'"
 	@echo "make package       build the Debian package build/vessa_VERSION_ARCHITECTURE.deb"
@@ -89,10 +89,10 @@ bench-processes:
 	@bench/processes.py build
 
 fuzz:
-	@scripts/install_packages.sh build checks
-	@cmake --preset fuzz
-	@cmake --build --preset fuzz
-	@scripts/fuzz.sh build-fuzz $(or $(SECONDS),60)
+	@scripts/install_packages.sh build tests checks
+	@cmake --preset asan-clang
+	@cmake --build --preset asan-clang --target fuzzers
+	@scripts/fuzz.sh build-asan-clang $(or $(SECONDS),60)
 
 check-format:
 	@scripts/install_packages.sh checks
@@ -113,4 +113,4 @@ package:
 	@cmake --build --preset release --target package
 
 clean:
-	rm -rf build build-debug build-asan build-asan-clang build-tsan build-coverage build-clang build-fuzz
+	rm -rf build build-debug build-asan build-asan-clang build-tsan build-coverage build-clang

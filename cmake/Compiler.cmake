@@ -11,10 +11,6 @@ if(VESSA_SANITIZE)
   target_link_options(vessa_compiler INTERFACE -fsanitize=${VESSA_SANITIZE})
 endif()
 
-if(VESSA_FUZZ)
-  target_compile_options(vessa_compiler INTERFACE -fsanitize=fuzzer-no-link)
-endif()
-
 if(VESSA_COVERAGE)
   target_compile_options(vessa_compiler INTERFACE --coverage -fprofile-update=atomic)
   target_link_options(vessa_compiler INTERFACE --coverage)
