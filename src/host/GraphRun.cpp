@@ -47,9 +47,7 @@ public:
             Require(output.value);
         }
         RequireNoSignal();
-        for (const auto& file : m_written) {
-            file->Commit();
-        }
+        Commit();
         return std::move(m_times);
     }
 
@@ -165,6 +163,17 @@ private:
                 m_written.push_back(StageValue(file, *m_values[value].value, options));
                 Release(value);
             }
+        }
+    }
+
+    void Commit() {
+        for (const auto& file : m_written) {
+            if (m_options.isSynced) {
+                file->Sync();
+            }
+        }
+        for (const auto& file : m_written) {
+            file->Commit();
         }
     }
 
