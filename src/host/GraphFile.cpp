@@ -85,7 +85,7 @@ private:
     void Learn(const std::string& kind) {
         auto& description = m_descriptions[kind];
         if (description == nullptr) {
-            description = std::make_shared<const StNodeDescription>(Describe(kind, *m_modules.Make(kind).node));
+            description = std::make_shared<const StNodeDescription>(m_modules.Make(kind).Description());
         }
     }
 

@@ -15,10 +15,22 @@ extern "C" VESSA_API CValueVector* ListPlugins() {
     if (list == "missing") {
         return nullptr;
     }
+    if (list == "raising") {
+        throw 5;
+    }
     auto* names = new CValueVector;
-    if (list == "wrong") {
+    if (list != "empty") {
         names->PushBack(new CValueString(CString("Right")));
+    }
+    if (list == "wrong") {
         names->PushBack(new CValueLong(1));
+    } else if (list == "hole") {
+        names->SetEntry(2, new CValueString(CString("Left")));
+    } else if (list == "nameless") {
+        names->PushBack(new CValueString(CString("")));
+    } else if (list == "twice") {
+        names->PushBack(new CValueString(CString("Left")));
+        names->PushBack(new CValueString(CString("Right")));
     }
     return names;
 }

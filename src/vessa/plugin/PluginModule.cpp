@@ -1,11 +1,13 @@
 #include "plugin/PluginModule.h"
 
+#include "ElfFile.h"
 #include "Value/ValueMap.h"
 #include "Value/ValueVector.h"
 #include "base/Exception.h"
 
 #include <algorithm>
 #include <dlfcn.h>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -15,6 +17,10 @@ namespace {
 
 [[noreturn]] void Raise(const std::string& file, const std::string& message) {
     throw CException("CPluginModule", (file + ": " + message).c_str(), nullptr);
+}
+
+[[noreturn]] void RaiseUnloadable(const std::string& file, const std::string& reason) {
+    Raise(file, "the plug-in library can't be loaded: " + reason);
 }
 
 std::string LoaderMessage() {
@@ -32,9 +38,12 @@ using LibraryHandle = std::unique_ptr<void, StCloseLibrary>;
 std::string LoaderPath(const std::string& file) { return file.find('/') == std::string::npos ? "./" + file : file; }
 
 LibraryHandle Load(const std::string& file) {
+    if (const std::string defect = DefectOfLibrary(file); !defect.empty()) {
+        RaiseUnloadable(file, defect);
+    }
     LibraryHandle handle(::dlopen(LoaderPath(file).c_str(), RTLD_NOW | RTLD_LOCAL));
     if (!handle) {
-        Raise(file, "the plug-in library can't be loaded: " + LoaderMessage());
+        RaiseUnloadable(file, LoaderMessage());
     }
     return handle;
 }
@@ -62,11 +71,16 @@ struct CPluginModule::StLibrary {
             Raise(file, "the library gives no list of its plug-ins");
         }
         std::vector<std::string> texts;
+        std::set<std::string> known;
         for (int index = 0; index < static_cast<int>(values->Size()); ++index) {
+            const std::string entry = "entry " + std::to_string(index) + " of the library's list of plug-ins ";
             if (!values->HasEntry(index, EnValType::String)) {
-                Raise(file, "entry " + std::to_string(index) + " of the library's list of plug-ins is no text");
+                Raise(file, entry + "is no text");
             }
             texts.push_back(values->Entry(index, true)->String().Text());
+            if (texts.back().empty() || !known.insert(texts.back()).second) {
+                Raise(file, entry + (texts.back().empty() ? "is empty" : "is '" + texts.back() + "' again"));
+            }
         }
         return texts;
     }
