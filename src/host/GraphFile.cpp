@@ -202,7 +202,7 @@ private:
 
     /// Each input must serve for something: one that doesn't is a slip.
     void RequireReaders() const {
-        std::vector<bool> isRead(m_graph.values, false);
+        std::vector<bool> isRead(m_graph.sources.size(), false);
         for (const StGraphNode& node : m_graph.nodes) {
             for (const auto& value : node.inputs) {
                 if (value) {
