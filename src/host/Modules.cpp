@@ -30,10 +30,6 @@ struct CModules::StLibrary {
             module.emplace(file);
         } catch (const CException& exception) {
             failure = exception.What();
-        } catch (const std::bad_alloc&) {
-            throw;
-        } catch (...) { // a library's list may raise anything
-            failure = file + ": " + HandledFailure().message;
         }
         if (asked && !failure.empty()) {
             throw CWorkError(failure);

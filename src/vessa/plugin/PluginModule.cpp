@@ -65,8 +65,25 @@ struct CPluginModule::StLibrary {
           list(Export<CValueVector*()>(file, handle, "ListPlugins")),
           timestamp(Export<std::int64_t()>(file, handle, "get_loading_timestamp")), names(ReadNames()) {}
 
+    /// The library's own list, null if it gives none. What it raises goes no further: it may be of a class of the
+    /// library's, which is unloaded then.
+    std::unique_ptr<const CValueVector> List() const {
+        const std::string start = "the library's list of plug-ins can't be made: ";
+        try {
+            return std::unique_ptr<const CValueVector>(list());
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (const CException& failure) {
+            Raise(file, start + failure.FormattedWhat());
+        } catch (const std::exception& failure) {
+            Raise(file, start + failure.what());
+        } catch (...) {
+            Raise(file, start + "a failure of unknown kind");
+        }
+    }
+
     std::vector<std::string> ReadNames() const {
-        const std::unique_ptr<const CValueVector> values(list());
+        const std::unique_ptr<const CValueVector> values = List();
         if (!values) {
             Raise(file, "the library gives no list of its plug-ins");
         }
@@ -85,8 +102,8 @@ struct CPluginModule::StLibrary {
         return texts;
     }
 
-    /// An object's code is the library's, down to its destructor, so that there is no moment after which the library
-    /// could be unloaded safely.
+    /// The code of an object, or of what was raised in its making, is the library's, down to its destructor, so that
+    /// there is no moment after which the library could be unloaded safely.
     void StayLoaded() const {
         if (void* again = ::dlopen(LoaderPath(file).c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD | RTLD_NODELETE)) {
             ::dlclose(again);
@@ -112,11 +129,16 @@ CPluginModule::~CPluginModule() = default;
 const std::vector<std::string>& CPluginModule::Names() const { return m_library->names; }
 
 std::unique_ptr<IPluginObject> CPluginModule::Create(const std::string& name) const {
-    std::unique_ptr<IPluginObject> object(m_library->create(name.c_str()));
-    if (object) {
+    try {
+        std::unique_ptr<IPluginObject> object(m_library->create(name.c_str()));
+        if (object) {
+            m_library->StayLoaded();
+        }
+        return object;
+    } catch (...) {
         m_library->StayLoaded();
+        throw;
     }
-    return object;
 }
 
 std::int64_t CPluginModule::LoadingTimestamp() const { return m_library->timestamp(); }
