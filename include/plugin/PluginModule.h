@@ -22,7 +22,7 @@ namespace QUOR {
 class VESSA_API CPluginModule {
 public:
     /// Loads the library. Raises a `CException` that names the file if it isn't there, is no library that can be loaded
-    /// here, or lacks one of the exports.
+    /// here, lacks one of the exports, or has a list of plug-ins that isn't one of names, each given once.
     explicit CPluginModule(const std::string& file);
     CPluginModule(CPluginModule&&) noexcept;
     CPluginModule& operator=(CPluginModule&&) noexcept;

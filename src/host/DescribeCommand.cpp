@@ -36,7 +36,7 @@ void DescribeCommand(const StContext& context, const Arguments& arguments) {
         return;
     }
     const CModules::StNode found = CModules(context.places, said.plugins, context.err).Make(said.node);
-    const StNodeDescription node = Describe(said.node, *found.node);
+    const StNodeDescription node = found.Description();
     const std::string module = std::filesystem::path(found.file).stem().string();
     if (said.json) {
         constexpr auto replace = nlohmann::ordered_json::error_handler_t::replace;

@@ -1,9 +1,8 @@
 #include "Errors.h"
 
+#include "Printable.h"
 #include "ValueFile.h"
 
-#include <algorithm>
-#include <cctype>
 #include <new>
 
 namespace vessa {
@@ -30,10 +29,9 @@ StFailure HandledFailure() {
     }
 }
 
-std::string FailureLine(std::string message) {
-    std::replace_if(
-        message.begin(), message.end(), [](unsigned char letter) { return std::iscntrl(letter) != 0; }, ' ');
-    return "vessa: " + message + "\n";
+std::string FailureLine(std::string_view message) {
+    constexpr std::size_t most = 4000; // a file can hold names of any length
+    return "vessa: " + PrintableLine(Shortened(message, most)) + "\n";
 }
 
 } // namespace vessa

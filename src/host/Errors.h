@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace vessa {
 
@@ -42,8 +43,9 @@ struct StFailure {
 /// The exception that is being handled, whatever it is. To be called in a handler only.
 StFailure HandledFailure();
 
-/// The line that tells of a failure: the message is kept but for line ends and what else steers a terminal.
-std::string FailureLine(std::string message);
+/// The line that tells of a failure: the message is kept but for line ends and what else steers a terminal, and for the
+/// middle of one that fills a screen.
+std::string FailureLine(std::string_view message);
 
 /// Calls `work` and puts `name` before the text of its failure, with a colon between.
 template <class Work> decltype(auto) InTheNameOf(const std::string& name, const Work& work) {

@@ -132,6 +132,14 @@ bool WriteAt(int handle, std::uint64_t offset, const void* data, std::size_t cou
     return MoveAll(::pwrite, handle, offset, static_cast<const unsigned char*>(data), count) == count;
 }
 
+bool SyncToDisk(int handle) noexcept {
+    int done = -1;
+    do {
+        done = ::fdatasync(handle);
+    } while (done != 0 && errno == EINTR);
+    return done == 0 || errno == EINVAL || errno == ENOSYS;
+}
+
 ssize_t ReadStream(int handle, void* data, std::size_t count) noexcept {
     ssize_t got = 0;
     do {

@@ -52,6 +52,10 @@ std::size_t ReadAt(int handle, std::uint64_t offset, void* data, std::size_t cou
 /// Writes all bytes at `offset`; false, with the reason in `errno`, if that fails.
 bool WriteAt(int handle, std::uint64_t offset, const void* data, std::size_t count) noexcept;
 
+/// Waits until what was written is on the disk; false, with the reason in `errno`, if it can't be kept. A file system
+/// that knows no such thing has done what it can.
+bool SyncToDisk(int handle) noexcept;
+
 /// What `read` and `write` do, but for interruptions and for streams that give nothing or take nothing for now.
 /// @{
 ssize_t ReadStream(int handle, void* data, std::size_t count) noexcept;

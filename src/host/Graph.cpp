@@ -1,6 +1,7 @@
 #include "Graph.h"
 
 #include "Errors.h"
+#include "Text.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -16,12 +17,6 @@ namespace fs = std::filesystem;
 class CNodeOrder {
 public:
     explicit CNodeOrder(const StGraph& graph) : m_graph(graph), m_states(graph.nodes.size(), EnState::New) {
-        m_producers.resize(graph.values, kNone);
-        for (std::size_t node = 0; node < graph.nodes.size(); ++node) {
-            const std::size_t first = graph.nodes[node].firstOutput;
-            std::fill_n(m_producers.begin() + static_cast<std::ptrdiff_t>(first),
-                        graph.nodes[node].description->outputs.size(), node);
-        }
         for (std::size_t node = 0; node < graph.nodes.size(); ++node) {
             Visit(node);
         }
@@ -30,7 +25,6 @@ public:
     const std::vector<std::size_t>& Order() const { return m_order; }
 
 private:
-    static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
     enum class EnState { New, Open, Done };
     /// A node on the way from the first one, with the number of its input that is next.
     struct StStep {
@@ -54,9 +48,9 @@ private:
                 continue;
             }
             const auto& value = inputs[step.input++];
-            const std::size_t producer = value ? m_producers[*value] : kNone;
-            if (producer != kNone && m_states[producer] != EnState::Done) {
-                Enter(producer);
+            const StGraphSource* source = value ? &m_graph.sources[*value] : nullptr;
+            if (source != nullptr && !source->isInput && m_states[source->index] != EnState::Done) {
+                Enter(source->index);
             }
         }
     }
@@ -70,15 +64,20 @@ private:
     }
 
     [[noreturn]] void RaiseCycle(std::size_t node) const {
-        std::string names = m_graph.nodes[node].name;
+        constexpr std::ptrdiff_t shown = 5; // at either end
+        std::vector<std::string> names{m_graph.nodes[node].name};
         for (auto step = m_way.rbegin(); step->node != node; ++step) {
-            names += " -> " + m_graph.nodes[step->node].name;
+            names.push_back(m_graph.nodes[step->node].name);
         }
-        throw CUseError("the nodes' wires form a cycle: " + names + " -> " + m_graph.nodes[node].name);
+        names.push_back(names.front());
+        if (const std::size_t most = 2 * shown + 1; names.size() > most) {
+            names[shown] = "(" + std::to_string(names.size() - most + 1) + " more)";
+            names.erase(names.begin() + shown + 1, names.end() - shown);
+        }
+        throw CUseError("the nodes' wires form a cycle: " + Join(names, " -> "));
     }
 
     const StGraph& m_graph;
-    std::vector<std::size_t> m_producers;
     std::vector<EnState> m_states;
     std::vector<StStep> m_way;
     std::vector<std::size_t> m_order;
@@ -101,13 +100,14 @@ void CheckOutput(const StGraph& graph, const StGraphFiles& files, std::size_t va
 } // namespace
 
 std::size_t StGraph::AddInput(const std::string& name, const StInputFile& file) {
-    inputs.push_back({name, values, file});
-    return values++;
+    inputs.push_back({name, sources.size(), file});
+    sources.push_back({true, inputs.size() - 1});
+    return inputs.back().value;
 }
 
 StGraphNode& StGraph::AddNode(StGraphNode node) {
-    node.firstOutput = values;
-    values += node.description->outputs.size();
+    node.firstOutput = sources.size();
+    sources.resize(sources.size() + node.description->outputs.size(), {false, nodes.size()});
     nodes.push_back(std::move(node));
     return nodes.back();
 }
@@ -124,17 +124,13 @@ StGraphFiles OwnFiles(const StGraph& graph) {
 }
 
 const StGraphNode* Producer(const StGraph& graph, std::size_t value) {
-    const auto found = std::find_if(graph.nodes.begin(), graph.nodes.end(), [&](const StGraphNode& node) {
-        return value >= node.firstOutput && value < node.firstOutput + node.description->outputs.size();
-    });
-    return found == graph.nodes.end() ? nullptr : &*found;
+    const StGraphSource& source = graph.sources[value];
+    return source.isInput ? nullptr : &graph.nodes[source.index];
 }
 
 std::optional<std::size_t> InputIndex(const StGraph& graph, std::size_t value) {
-    const auto found = std::find_if(graph.inputs.begin(), graph.inputs.end(),
-                                    [&](const StGraphInput& input) { return input.value == value; });
-    return found == graph.inputs.end() ? std::nullopt
-                                       : std::optional(static_cast<std::size_t>(found - graph.inputs.begin()));
+    const StGraphSource& source = graph.sources[value];
+    return source.isInput ? std::optional(source.index) : std::nullopt;
 }
 
 std::string ValueName(const StGraph& graph, std::size_t value) {
@@ -158,6 +154,9 @@ void SortNodes(StGraph& graph) {
     const CNodeOrder order(graph);
     std::vector<StGraphNode> sorted;
     for (const std::size_t node : order.Order()) {
+        const std::size_t outputs = graph.nodes[node].description->outputs.size();
+        const auto first = graph.sources.begin() + static_cast<std::ptrdiff_t>(graph.nodes[node].firstOutput);
+        std::fill_n(first, outputs, StGraphSource{false, sorted.size()});
         sorted.push_back(std::move(graph.nodes[node]));
     }
     graph.nodes = std::move(sorted);

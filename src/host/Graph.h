@@ -38,12 +38,18 @@ struct StGraphOutput {
     std::string file;  ///< where it goes if no other file is named; "" for nowhere
 };
 
+/// Where a value comes from.
+struct StGraphSource {
+    bool isInput;
+    std::size_t index; ///< of the input or of the node, among those of the graph
+};
+
 /// Values are numbered: each input gives one, and each output of a node does.
 struct StGraph {
     std::vector<StGraphInput> inputs;
     std::vector<StGraphNode> nodes;
     std::vector<StGraphOutput> outputs;
-    std::size_t values = 0;
+    std::vector<StGraphSource> sources; ///< of the values, by their numbers
 
     /// Add an input or a node, and number the values that it gives.
     /// @{

@@ -85,7 +85,7 @@ private:
     void Learn(const std::string& kind) {
         auto& description = m_descriptions[kind];
         if (description == nullptr) {
-            description = std::make_shared<const StNodeDescription>(Describe(kind, *m_modules.Make(kind).node));
+            description = std::make_shared<const StNodeDescription>(m_modules.Make(kind).Description());
         }
     }
 
@@ -202,7 +202,7 @@ private:
 
     /// Each input must serve for something: one that doesn't is a slip.
     void RequireReaders() const {
-        std::vector<bool> isRead(m_graph.values, false);
+        std::vector<bool> isRead(m_graph.sources.size(), false);
         for (const StGraphNode& node : m_graph.nodes) {
             for (const auto& value : node.inputs) {
                 if (value) {
@@ -299,10 +299,22 @@ private:
     std::map<std::string, std::shared_ptr<const StNodeDescription>> m_descriptions;
 };
 
+/// Refuses a file that is far larger than any graph: what is made of it takes a hundred times its bytes.
+void RequireGraphSize(const std::string& file) {
+    constexpr std::uintmax_t most = std::uintmax_t{1} << 24; // some 200000 nodes
+    std::error_code failure;                                 // of what isn't there and of standard input
+    const std::uintmax_t size = fs::file_size(file, failure);
+    if (!failure && size > most) {
+        throw CUseError(file + ": it has " + std::to_string(size) + " bytes, and a graph has " + std::to_string(most) +
+                        " at the most");
+    }
+}
+
 } // namespace
 
 StGraph ReadGraph(const std::string& file, CModules& modules) {
     CheckInputFile(file);
+    RequireGraphSize(file);
     const std::unique_ptr<CValue> value = ReadValue(file, {});
     return InTheNameOf(file, [&] {
         if (value->GenericType() != EnValType::Map) {

@@ -33,7 +33,7 @@ private:
 class CGraphRun {
 public:
     CGraphRun(const StGraph& graph, const StGraphFiles& files, const StRunOptions& options)
-        : m_graph(graph), m_files(files), m_options(options), m_values(graph.values) {
+        : m_graph(graph), m_files(files), m_options(options), m_values(graph.sources.size()) {
         m_times.nodes.resize(graph.nodes.size());
         CountReaders();
     }
@@ -47,9 +47,7 @@ public:
             Require(output.value);
         }
         RequireNoSignal();
-        for (const auto& file : m_written) {
-            file->Commit();
-        }
+        Commit();
         return std::move(m_times);
     }
 
@@ -57,7 +55,8 @@ private:
     /// A value of the graph. It is freed once all its readers have had it.
     struct StSlot {
         std::unique_ptr<CValue> value;
-        std::size_t readers = 0;
+        std::size_t readers = 0;          ///< nodes and outputs that are still to have it
+        std::vector<std::size_t> outputs; ///< of the graph, which have a file
     };
 
     void CountReaders() {
@@ -70,7 +69,9 @@ private:
         }
         for (std::size_t index = 0; index < m_graph.outputs.size(); ++index) {
             if (!m_files.outputs[index].empty()) {
-                ++m_values[m_graph.outputs[index].value].readers;
+                StSlot& slot = m_values[m_graph.outputs[index].value];
+                ++slot.readers;
+                slot.outputs.push_back(index);
             }
         }
     }
@@ -125,10 +126,8 @@ private:
 
     /// What can't be done without a value.
     std::string Loss(std::size_t value) const {
-        for (std::size_t index = 0; index < m_graph.outputs.size(); ++index) {
-            if (m_graph.outputs[index].value == value && !m_files.outputs[index].empty()) {
-                return m_files.outputs[index] + " is not written";
-            }
+        if (!m_values[value].outputs.empty()) {
+            return m_files.outputs[m_values[value].outputs.front()] + " is not written";
         }
         const auto reader = std::find_if(m_graph.nodes.begin(), m_graph.nodes.end(), [&](const StGraphNode& node) {
             return std::find(node.inputs.begin(), node.inputs.end(), value) != node.inputs.end();
@@ -154,17 +153,26 @@ private:
 
     /// Writes a value that has just come to all outputs that take it.
     void Write(std::size_t value) {
-        for (std::size_t index = 0; index < m_graph.outputs.size(); ++index) {
+        for (const std::size_t index : m_values[value].outputs) {
             const std::string& file = m_files.outputs[index];
-            if (m_graph.outputs[index].value == value && !file.empty()) {
-                const CStopwatch watch(m_times.writing);
-                StWriteOptions options = m_options.write;
-                if (file != kStandardStream) {
-                    options.format.reset(); // its name tells
-                }
-                m_written.push_back(StageValue(file, *m_values[value].value, options));
-                Release(value);
+            const CStopwatch watch(m_times.writing);
+            StWriteOptions options = m_options.write;
+            if (file != kStandardStream) {
+                options.format.reset(); // its name tells
             }
+            m_written.push_back(StageValue(file, *m_values[value].value, options));
+            Release(value);
+        }
+    }
+
+    void Commit() {
+        for (const auto& file : m_written) {
+            if (m_options.isSynced) {
+                file->Sync();
+            }
+        }
+        for (const auto& file : m_written) {
+            file->Commit();
         }
     }
 

@@ -26,6 +26,7 @@ struct StGraphTimes {
 
 struct StRunOptions {
     StWriteOptions write;
+    bool isSynced = false;                    ///< the outputs are on the disk before they have their names
     const std::atomic<int>* signal = nullptr; ///< not 0 once the work is to be given up: the number of a signal
 };
 

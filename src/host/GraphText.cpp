@@ -1,6 +1,7 @@
 #include "GraphText.h"
 
 #include "ParameterValue.h"
+#include "Printable.h"
 #include "Text.h"
 
 using namespace QUOR;
@@ -11,10 +12,10 @@ namespace {
 
 std::string InputText(const StGraphInput& input, const StInputFile& file) {
     if (file.file.empty()) {
-        return "leave  " + input.name + " empty\n";
+        return "leave  " + input.name + " empty";
     }
     return "read   " + file.file + (file.type ? std::string(" as ") + file.type->ToString() : "") +
-           (input.name == file.file ? "" : " for " + input.name) + "\n";
+           (input.name == file.file ? "" : " for " + input.name);
 }
 
 /// The parameters whose values aren't the declared defaults, as in "offset_x=3".
@@ -40,7 +41,7 @@ std::string NodeLine(const StGraph& graph, const StGraphNode& node) {
     }
     const std::string settings = Join(Settings(node), " ");
     return "run    " + node.label + (inputs.empty() ? "" : " on " + Join(inputs, ", ")) +
-           (settings.empty() ? "" : " with " + settings) + "\n";
+           (settings.empty() ? "" : " with " + settings);
 }
 
 /// A text between quotes, in the language of Graphviz.
@@ -74,15 +75,16 @@ std::string DotWire(const StGraph& graph, std::size_t value, const std::string& 
 
 std::string PlanText(const StGraph& graph, const StGraphFiles& files) {
     std::string text;
+    const auto addLine = [&](const std::string& line) { text += PrintableLine(line) + "\n"; };
     for (std::size_t index = 0; index < graph.inputs.size(); ++index) {
-        text += InputText(graph.inputs[index], files.inputs[index]);
+        addLine(InputText(graph.inputs[index], files.inputs[index]));
     }
     for (const StGraphNode& node : graph.nodes) {
-        text += NodeLine(graph, node);
+        addLine(NodeLine(graph, node));
     }
     for (std::size_t index = 0; index < graph.outputs.size(); ++index) {
         if (!files.outputs[index].empty()) {
-            text += "write  " + files.outputs[index] + " from " + ValueName(graph, graph.outputs[index].value) + "\n";
+            addLine("write  " + files.outputs[index] + " from " + ValueName(graph, graph.outputs[index].value));
         }
     }
     return text;

@@ -1,5 +1,6 @@
 #include "JsonValue.h"
 
+#include "Errors.h"
 #include "Printable.h"
 #include "ValueFile.h"
 
@@ -22,6 +23,8 @@ namespace {
 constexpr const char* kDouble = "$double";
 constexpr std::string_view kIndex = "$int:";
 constexpr const char* kSchema = "$schema"; // by which editors find the schema of a file
+constexpr std::size_t kMostShown = 500;    // bytes of a text or a path in a message
+constexpr std::size_t kBytesOfValue = 160; // a value, its key and its place in the map
 constexpr const char* kTooDeep = "maps and vectors are nested deeper than 64 levels";
 
 static_assert(kMostLevels == 64, "the message names the limit");
@@ -178,6 +181,7 @@ public:
         if (!m_levels.empty() && m_levels.back().isDouble) {
             return SetDouble(text);
         }
+        CountBytes(text.size());
         return Add(std::make_unique<QUOR::CValueString>(text.data(), text.size()));
     }
     bool binary(json::binary_t& /*data*/) override { return false; } // no part of the text form
@@ -192,6 +196,7 @@ public:
         if (level.isDouble) {
             FailOfDouble();
         }
+        CountBytes(text.size());
         level.name = text;
         if (text == kDouble) {
             level.isDouble = true;
@@ -216,7 +221,7 @@ public:
             reason.remove_prefix(place + 2);
         }
         throw CFileError(m_where + ": no valid JSON in line " + std::to_string(line) + ", column " +
-                         std::to_string(column) + ": " + Printable(reason));
+                         std::to_string(column) + ": " + Printable(Shortened(reason, kMostShown)));
     }
 
 private:
@@ -288,6 +293,7 @@ private:
     }
 
     bool Add(std::unique_ptr<CValue> value) {
+        CountBytes(kBytesOfValue);
         if (m_levels.empty()) {
             FailOfTop();
         }
@@ -316,12 +322,23 @@ private:
             path += path.empty() ? "" : "/";
             path += level.isMap ? level.name : std::to_string(level.container->Size());
         }
-        throw CFileError(m_where + ": the entry " + Printable(path) + " " + what);
+        throw CFileError(m_where + ": the entry " + Printable(Shortened(path, kMostShown)) + " " + what);
+    }
+
+    /// Counts a value against the memory that images may take: a text of a few bytes can stand for one of hundreds.
+    void CountBytes(std::size_t bytes) {
+        const std::size_t most = QUOR::ImageMemoryLimit();
+        m_bytes += bytes;
+        if (m_bytes > most) {
+            throw CFileError(m_where + ": its values take more than the " + std::to_string(most) +
+                             " bytes that images may take" + kRaiseMemoryLimit);
+        }
     }
 
     std::string_view m_text;
     const std::string& m_where;
     std::vector<StLevel> m_levels;
+    std::size_t m_bytes = 0; ///< of the values so far, as nearly as it matters
     std::unique_ptr<CValueMap> m_result;
 };
 

@@ -30,19 +30,24 @@ struct CModules::StLibrary {
             module.emplace(file);
         } catch (const CException& exception) {
             failure = exception.What();
-            if (asked) {
-                throw CWorkError(failure);
-            }
         }
+        if (asked && !failure.empty()) {
+            throw CWorkError(failure);
+        }
+    }
+
+    bool Has(const std::string& name) {
+        Load();
+        return module && std::find(module->Names().begin(), module->Names().end(), name) != module->Names().end();
     }
 
     /// A new node; null if the library has none of this name.
     std::unique_ptr<CPNode> Make(const std::string& name) {
-        Load();
-        if (!module || std::find(module->Names().begin(), module->Names().end(), name) == module->Names().end()) {
+        if (!Has(name)) {
             return nullptr;
         }
-        std::unique_ptr<QUOR::IPluginObject> object = module->Create(name);
+        std::unique_ptr<QUOR::IPluginObject> object =
+            InTheNameOf(file + ": " + name, [&] { return module->Create(name); });
         auto* node = dynamic_cast<CPNode*>(object.get());
         if (node != nullptr) {
             static_cast<void>(object.release());
@@ -56,10 +61,16 @@ struct CModules::StLibrary {
     }
 };
 
+StNodeDescription CModules::StNode::Description() const {
+    return InTheNameOf(file + ": " + name, [this] { return Describe(name, *node); });
+}
+
 CModules::CModules(const StPlaces& places, const std::vector<std::string>& asked, std::ostream& talk) : m_talk(talk) {
     for (const std::string& path : asked) {
-        if (!fs::exists(path)) {
-            throw CWorkError(path + ": there is no such plug-in library or folder");
+        std::error_code failure;
+        if (!fs::exists(path, failure)) {
+            throw CWorkError(path + ": there is no such plug-in library or folder" +
+                             (failure ? ": " + failure.message() : ""));
         }
         AddPath(path, true);
     }
@@ -73,9 +84,10 @@ CModules::~CModules() = default;
 
 void CModules::AddPath(const fs::path& path, bool asked) {
     m_searched.push_back(path.string());
-    if (fs::is_directory(path)) {
+    std::error_code failure; // a place that can't be looked at holds nothing
+    if (fs::is_directory(path, failure)) {
         AddFolder(path);
-    } else if (fs::exists(path)) {
+    } else if (fs::exists(path, failure)) {
         AddFile(path, asked);
     }
 }
@@ -83,9 +95,10 @@ void CModules::AddPath(const fs::path& path, bool asked) {
 void CModules::AddFolder(const fs::path& folder) {
     std::vector<fs::path> files;
     std::error_code failure; // a folder that can't be read holds nothing
-    for (const auto& entry : fs::directory_iterator(folder, failure)) {
-        if (entry.path().extension() == ".so") {
-            files.push_back(entry.path());
+    for (fs::directory_iterator entry(folder, failure); !failure && entry != fs::directory_iterator();
+         entry.increment(failure)) {
+        if (entry->path().extension() == ".so") {
+            files.push_back(entry->path());
         }
     }
     std::sort(files.begin(), files.end());
@@ -109,7 +122,16 @@ void CModules::AddFile(const fs::path& file, bool asked) {
 CModules::StNode CModules::Make(const std::string& name) {
     for (const auto& library : m_libraries) {
         if (auto node = library->Make(name)) {
-            return {std::move(node), library->file};
+            return {name, std::move(node), library->file};
+        }
+    }
+    RaiseUnknown(name);
+}
+
+void CModules::RaiseUnknown(const std::string& name) {
+    for (const auto& library : m_libraries) {
+        if (library->Has(name)) {
+            throw CUseError(library->file + ": the plug-in '" + name + "' is no node");
         }
     }
     throw CUseError("unknown node '" + name + "'" + NearestHint(name, NodeNames()));
@@ -120,15 +142,14 @@ std::vector<CModules::StModule> CModules::All() {
     for (const auto& library : m_libraries) {
         StModule module{fs::path(library->file).stem().string(), library->file, {}};
         for (const std::string& name : library->Names()) {
-            if (const auto node = library->Make(name)) {
-                module.nodes.push_back(Describe(name, *node));
+            if (StNode node{name, library->Make(name), library->file}; node.node) {
+                module.nodes.push_back(node.Description());
             }
         }
         if (!module.nodes.empty()) {
             modules.push_back(std::move(module));
         } else if (library->asked) {
-            m_talk << "vessa: " << library->file << ": none of its plug-ins is a node: " << Join(library->Names(), ", ")
-                   << '\n';
+            m_talk << FailureLine(library->file + ": none of its plug-ins is a node: " + Join(library->Names(), ", "));
         }
     }
     if (modules.empty()) {
@@ -139,10 +160,18 @@ std::vector<CModules::StModule> CModules::All() {
 
 std::vector<std::string> CModules::NodeNames() {
     std::vector<std::string> names;
-    for (const StModule& module : All()) {
-        for (const StNodeDescription& node : module.nodes) {
-            names.push_back(node.name);
+    for (const auto& library : m_libraries) {
+        for (const std::string& name : library->Names()) {
+            try {
+                if (library->Make(name)) {
+                    names.push_back(name);
+                }
+            } catch (const CWorkError&) { // a node that can't be made is told of where it is asked for
+            }
         }
+    }
+    if (names.empty()) {
+        RaiseNoNodes();
     }
     return names;
 }

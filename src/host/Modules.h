@@ -19,10 +19,14 @@ namespace vessa {
 /// over, in silence unless the caller asked for that very file.
 class CModules {
 public:
-    /// A node with the library that it comes from.
+    /// A node with its name and the library that it comes from.
     struct StNode {
+        std::string name;
         std::unique_ptr<QUOR::CPNode> node;
         std::string file;
+
+        /// What the node tells of itself. A failure of the node is raised with the file's name and its own.
+        StNodeDescription Description() const;
     };
     /// The nodes of one library.
     struct StModule {
@@ -38,7 +42,8 @@ public:
     CModules& operator=(const CModules&) = delete;
     ~CModules();
 
-    /// A new node. Raises a `CUseError` that offers the nearest name if there is none of this name.
+    /// A new node. Raises a `CUseError` that offers the nearest name if there is none of this name. What a library
+    /// raises in its making is raised with the file's name and the node's.
     StNode Make(const std::string& name);
     /// All libraries that hold nodes. Raises a `CWorkError` if there is none.
     std::vector<StModule> All();
@@ -49,6 +54,7 @@ private:
     void AddPath(const std::filesystem::path& path, bool asked);
     void AddFolder(const std::filesystem::path& folder);
     void AddFile(const std::filesystem::path& file, bool asked);
+    [[noreturn]] void RaiseUnknown(const std::string& name);
     std::vector<std::string> NodeNames();
     [[noreturn]] void RaiseNoNodes() const;
 

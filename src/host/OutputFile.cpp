@@ -80,6 +80,9 @@ COutputFile::COutputFile(const std::string& name) : m_name(name == kStandardStre
 void COutputFile::OpenBeside() {
     struct stat status {};
     const bool replaces = ::stat(m_place.c_str(), &status) == 0;
+    if (!replaces && errno != ENOENT) { // as for a name that is too long: a file without a name would not tell
+        FailToWrite(m_name, SystemMessage(errno));
+    }
     if (replaces && !S_ISREG(status.st_mode)) {
         FailToWrite(m_name, "it is " + KindOfFile(status.st_mode) + ", only a regular file can be replaced");
     }
@@ -128,6 +131,13 @@ void COutputFile::RequireWritten() const {
 void COutputFile::Commit() {
     RequireWritten();
     m_place.empty() ? CopyToStandardOutput() : MoveToPlace();
+    RequireWritten();
+}
+
+void COutputFile::Sync() {
+    if (m_error == 0 && !m_place.empty() && !SyncToDisk(m_handle.Number())) {
+        NoteFailure();
+    }
     RequireWritten();
 }
 

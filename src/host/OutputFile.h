@@ -37,6 +37,10 @@ public:
 
     /// Raises a `CFileError` if an earlier `Write` has failed.
     void RequireWritten() const;
+    /// Waits until the content is on the disk, so that a name can't outlive it when the power fails; nothing for
+    /// standard output. Raises a `CFileError` if that, or an earlier `Write`, fails. It costs the time of the disk, so
+    /// that it is for files whose names are trusted later.
+    void Sync();
     /// Moves the file to its place, or copies it to standard output. Raises a `CFileError` if that, or an earlier
     /// `Write`, fails.
     void Commit();

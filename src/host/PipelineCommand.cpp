@@ -123,6 +123,7 @@ void RunMany(const StContext& context, const StGraph& graph, const std::vector<S
 }
 
 void RunPipeline(const StContext& context, const StPipelineArguments& said) {
+    const CLimitedMemory limited(said.run); // for the graph's own values, too
     CModules modules(context.places, said.run.plugins, context.err);
     const StGraph graph = ReadGraph(said.graph, modules);
     if (said.dot) {
@@ -130,7 +131,8 @@ void RunPipeline(const StContext& context, const StPipelineArguments& said) {
         return;
     }
     std::vector<StJob> jobs = PlanJobs(graph, said.inputs, said.outputs);
-    StBatchOptions options{{WriteOptions(said.run), nullptr}, said.workers, said.stopOnError};
+    // A later run with --resume trusts the names of the outputs, which a power failure must not part from the content.
+    StBatchOptions options{{WriteOptions(said.run), true, nullptr}, said.workers, said.stopOnError};
     for (const StJob& job : jobs) {
         CheckFiles(graph, job.files, options.run.write);
     }
@@ -144,7 +146,6 @@ void RunPipeline(const StContext& context, const StPipelineArguments& said) {
         return;
     }
     RequireFolders(jobs);
-    const CLimitedMemory limited(said.run);
     const CInterruptGuard guard;
     options.run.signal = &CInterruptGuard::Signal();
     options.workers = std::min(options.workers, static_cast<unsigned>(std::max<std::size_t>(jobs.size(), 1)));

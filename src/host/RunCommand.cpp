@@ -292,7 +292,7 @@ void RunCommand(const StContext& context, const Arguments& arguments) {
     StRunArguments said;
     CChain chain(context, modules, said);
     for (std::size_t index = 0; index < steps.size(); ++index) {
-        const StNodeDescription node = Describe(names[index], *modules.Make(names[index]).node);
+        const StNodeDescription node = modules.Make(names[index]).Description();
         if (!InTheNameOf(names[index], [&] { return chain.Add(node, steps[index]); })) {
             return;
         }
@@ -313,7 +313,7 @@ void CompleteRun(const StContext& context, const Arguments& before, CCompletion&
         return;
     }
     CModules modules(context.places, said.plugins, context.err);
-    const StNodeDescription node = Describe(step.node, *modules.Make(step.node).node);
+    const StNodeDescription node = modules.Make(step.node).Description();
     AddParameterOptions(parser.App(), node);
     OfferParameters(parser, node);
     parser.SetOffers(parser.App().add_option("THEN"),

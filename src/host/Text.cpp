@@ -67,7 +67,8 @@ std::string Nearest(std::string_view name, const std::vector<std::string>& known
 }
 
 std::string NearestHint(std::string_view name, const std::vector<std::string>& known) {
-    return known.empty() ? "" : ", the nearest one is '" + Nearest(name, known) + "'";
+    constexpr std::size_t most = 256; // no slip makes a name longer, and the time grows with its length
+    return known.empty() || name.size() > most ? "" : ", the nearest one is '" + Nearest(name, known) + "'";
 }
 
 std::string Join(const std::vector<std::string>& words, std::string_view separator) {

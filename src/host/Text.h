@@ -14,7 +14,8 @@ std::size_t EditDistance(std::string_view a, std::string_view b);
 /// The known name that is nearest to `name`, the first of several; "" if none is known.
 std::string Nearest(std::string_view name, const std::vector<std::string>& known);
 
-/// The end of a message about an unknown name, as in ", the nearest one is 'Flip'"; "" if none is known.
+/// The end of a message about an unknown name, as in ", the nearest one is 'Flip'"; "" if none is known, and for a name
+/// so long that it can't be meant for one.
 std::string NearestHint(std::string_view name, const std::vector<std::string>& known);
 
 /// The words with `separator` between them.

@@ -266,6 +266,7 @@ public:
         if (!m_tiff) {
             Fail();
         }
+        RequireWholeDirectory();
     }
 
     /// Goes to the next page; false behind the last one.
@@ -277,6 +278,7 @@ public:
             Fail(); // also for a chain of pages that bites its tail
         }
         ++m_page;
+        RequireWholeDirectory();
         return true;
     }
 
@@ -324,8 +326,10 @@ private:
         return value;
     }
 
+    void RequireWholeDirectory() const;
     void RequirePlainLayout();
     void RequirePlausible(const StPixels& pixels);
+    void RequireRoomForTiles(const StBlock& tile, std::uint64_t bytes);
     StBlock BlockSize(const StPixels& pixels);
     void ReadBlock(const StPixels& pixels, const StBlock& block, std::uint16_t channel, const StTarget& target);
     void Decode(const StBlock& block, std::uint16_t channel, unsigned char* data, std::uint64_t bytes);
@@ -333,7 +337,9 @@ private:
     StStream<const CInputFile> m_stream;
     TiffHandle m_tiff;
     std::size_t m_page = 1;
-    QUOR::CBuffer m_block; ///< a decoded block that doesn't lie as the image does
+    std::uint64_t m_packedBytes = 0; ///< the least that the pages' pixels, up to this page, can take in the file
+    std::uint64_t m_tileBytes = 0;   ///< what comes out of all their tiles
+    QUOR::CBuffer m_block;           ///< a decoded block that doesn't lie as the image does
 };
 
 StPixels CTiffReader::Pixels() {
@@ -356,6 +362,27 @@ StPixels CTiffReader::Pixels() {
     return pixels;
 }
 
+/// libtiff takes a directory that is cut off in front of the place of the next one for the last one, and the pages
+/// behind it would be missing in silence.
+void CTiffReader::RequireWholeDirectory() const {
+    const bool big = TIFFIsBigTIFF(m_tiff.get()) != 0;
+    const std::uint64_t start = TIFFCurrentDirOffset(m_tiff.get());
+    std::uint64_t entries = 0;
+    if (big) {
+        m_stream.file.ReadAll(start, &entries, sizeof entries);
+        TIFFIsByteSwapped(m_tiff.get()) != 0 ? TIFFSwabLong8(&entries) : void();
+    } else {
+        std::uint16_t count = 0;
+        m_stream.file.ReadAll(start, &count, sizeof count);
+        TIFFIsByteSwapped(m_tiff.get()) != 0 ? TIFFSwabShort(&count) : void();
+        entries = count;
+    }
+    const std::uint64_t bytes = big ? 8 + 20 * entries + 8 : 2 + 12 * entries + 4;
+    if (bytes > m_stream.file.Size() - start) {
+        FailOnPage("the TIFF data are damaged: the directory is cut off");
+    }
+}
+
 void CTiffReader::RequirePlainLayout() {
     const std::uint16_t orientation = Field(TIFFTAG_ORIENTATION);
     if (orientation != ORIENTATION_TOPLEFT) {
@@ -372,22 +399,39 @@ void CTiffReader::RequirePlainLayout() {
 }
 
 void CTiffReader::RequirePlausible(const StPixels& pixels) {
-    const CSize size(pixels.width, pixels.height);
     const StBlock block = BlockSize(pixels);
     if (block.width == 0 || block.height == 0) {
         FailOnPage("the TIFF data are damaged: a page, strip or tile has an extent of 0");
     }
-    const std::uint64_t rowBytes = (std::uint64_t{pixels.width} * pixels.bits * pixels.samples + 7) / 8;
+    // Tiles are whole in the file, even where they reach past the page's end, and can be far larger than the page.
+    const bool tiled = TIFFIsTiled(m_tiff.get()) != 0;
+    const std::uint64_t across = (std::uint64_t{pixels.width} + block.width - 1) / block.width;
+    const std::uint64_t down = (std::uint64_t{pixels.height} + block.height - 1) / block.height;
+    const std::uint64_t rows = tiled ? down * block.height : pixels.height;
+    const std::uint64_t planes = Field(TIFFTAG_PLANARCONFIG) == PLANARCONFIG_SEPARATE ? pixels.samples : 1;
+    const std::uint64_t bytes = LimitedProduct({across, block.stride, rows, planes});
+    const CSize size(static_cast<std::int64_t>(across * block.width), static_cast<std::int64_t>(rows));
     const std::uint64_t most = MostCompression(Field(TIFFTAG_COMPRESSION));
-    vessa::RequirePlausible(m_stream.file, size, Described(pixels), LimitedProduct({rowBytes, pixels.height}), most);
-    // A tile can be far larger than the page.
-    const CSize blockSize(block.width, block.height);
-    const std::uint64_t blockBytes = LimitedProduct({block.stride, block.height});
-    vessa::RequirePlausible(m_stream.file, blockSize, Described(pixels), blockBytes, most);
-    if (TIFFIsTiled(m_tiff.get()) != 0 && blockBytes > QUOR::ImageMemoryLimit()) {
-        FailOnPage("a tile of " + Extents(blockSize) + " has " + std::to_string(blockBytes) + " bytes, more than the " +
-                   std::to_string(QUOR::ImageMemoryLimit()) + " that images may take" + kRaiseMemoryLimit);
+    vessa::RequirePlausible(m_stream.file, size, Described(pixels), bytes, most);
+    m_packedBytes += bytes / most; // no more than the file's size each time
+    if (m_packedBytes > m_stream.file.Size()) {
+        FailOnPage("up to this page, more pixels are claimed than a file of " + std::to_string(m_stream.file.Size()) +
+                   " bytes can hold");
     }
+    if (tiled) {
+        RequireRoomForTiles(block, bytes);
+    }
+}
+
+/// The image limits what comes out of strips. Tiles can be larger than the page, and shared by any number of pages.
+void CTiffReader::RequireRoomForTiles(const StBlock& tile, std::uint64_t bytes) {
+    const std::uint64_t most = QUOR::ImageMemoryLimit();
+    if (bytes > most - std::min(most, m_tileBytes)) {
+        FailOnPage("its tiles of " + Extents(CSize(tile.width, tile.height)) + " have " + std::to_string(bytes) +
+                   " bytes, with those of the pages before it more than the " + std::to_string(most) +
+                   " that images may take" + kRaiseMemoryLimit);
+    }
+    m_tileBytes += bytes;
 }
 
 /// The size of the page's blocks, of which the last ones may be smaller.

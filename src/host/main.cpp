@@ -1,6 +1,7 @@
 #include "Program.h"
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <iostream>
 #include <string_view>
@@ -34,6 +35,7 @@ bool HasColours() {
 } // namespace
 
 int main(int count, char** arguments) {
+    std::signal(SIGXFSZ, SIG_IGN); // writing past the limit of a file's size is a failure to tell of, not the end
     const vessa::StPlaces places = vessa::OwnPlaces();
     vessa::NamePrefix(places);
     const bool isErrTerminal = ::isatty(STDERR_FILENO) == 1;

@@ -121,14 +121,21 @@ protected:
         }
     }
 
-    /// Reads the file with each byte of the first `count` changed in several ways; only faults fail the test.
+    /// Reads the file with each byte of the first `count` changed in several ways: one bit or all, one more, none set,
+    /// all set. Only faults fail the test.
     void ReadWithEveryByteChanged(const std::string& name, std::size_t count) const {
         const std::string whole = Get(name);
         const std::string changed = "changed" + std::filesystem::path(name).extension().string();
         for (std::size_t place = 0; place < std::min(count, whole.size()); ++place) {
-            for (const int change : {0x01, 0x02, 0x04, 0x08, 0x10, 0x20, 0x40, 0x80, 0xff}) {
+            const auto byte = static_cast<unsigned char>(whole[place]);
+            std::set<int> values{0, 0xff, (byte + 1) & 0xff, byte ^ 0xff};
+            for (int bit = 0; bit < 8; ++bit) {
+                values.insert(byte ^ 1 << bit);
+            }
+            values.erase(byte);
+            for (const int value : values) {
                 std::string bytes = whole;
-                bytes[place] = static_cast<char>(bytes[place] ^ change);
+                bytes[place] = static_cast<char>(value);
                 Put(changed, bytes);
                 ReadIfPossible(changed);
             }

@@ -6,7 +6,10 @@
 #include "GraphFile.h"
 #include "GraphText.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <nlohmann/json.hpp>
+#include <set>
 #include <sstream>
 
 namespace vessa::test {
@@ -39,6 +42,20 @@ protected:
                       message);
     }
 
+    /// Reads a graph; true if it is refused, in one line that fits a screen.
+    bool IsRefused(const std::string& text) {
+        try {
+            Read(text);
+            return false;
+        } catch (...) {
+            const StFailure failure = HandledFailure();
+            EXPECT_TRUE(failure.status == kWorkFailed || failure.status == kWrongUse) << text;
+            EXPECT_TRUE(failure.message.starts_with((m_folder / "g.json") + ": ")) << failure.message;
+            EXPECT_LT(failure.message.size(), 1000U);
+            return true;
+        }
+    }
+
     CTestFolder m_folder;
     std::ostringstream m_talk;
     CModules m_modules{PlacesBeside(fs::path(VESSA_PROGRAM).parent_path()), {TEST_NODES}, m_talk};
@@ -63,7 +80,7 @@ TEST_F(GraphFile, NodesStandBehindThoseThatTheyTakeValuesOf) {
     EXPECT_EQ(graph.nodes[1].name, "cut");
     EXPECT_EQ(graph.nodes[2].name, "again");
     EXPECT_EQ(graph.nodes[0].label, "box (Autocrop)");
-    EXPECT_EQ(graph.values, 6U) << "two inputs, two outputs of Autocrop, one of each Extract";
+    EXPECT_EQ(graph.sources.size(), 6U) << "two inputs, two outputs of Autocrop, one of each Extract";
 }
 
 TEST_F(GraphFile, FilesAreNamedFromTheFolderOfTheGraph) {
@@ -234,6 +251,89 @@ TEST_F(GraphFile, AFileThatIsNoMapIsRefused) {
     EXPECT_THROW(Read(R"({"nodes": {}, "nodes": {}})"), CFileError) << "a key stands twice";
     EXPECT_THROW(ReadGraph(SAMPLES_DIRECTORY "/particles.png", m_modules), CUseError);
     EXPECT_THROW(ReadGraph(m_folder / "graph.txt", m_modules), CUseError);
+}
+
+TEST_F(GraphFile, ALongCycleIsToldByItsEnds) {
+    const auto cycle = [](int length) {
+        std::string nodes;
+        for (int index = 0; index < length; ++index) {
+            const std::string before = std::to_string((index + length - 1) % length);
+            nodes += (index == 0 ? "\"n" : ", \"n") + std::to_string(index) + R"(": {"node": "Flip", "inputs": ["n)" +
+                     before + "\"]}";
+        }
+        return "{\"nodes\": {" + nodes + R"(}, "outputs": {"o": "n0"}})";
+    };
+    ExpectRefused(cycle(10), "nodes: the nodes' wires form a cycle: n0 -> n1 -> n2 -> n3 -> n4 -> n5 -> n6 -> n7 -> "
+                             "n8 -> n9 -> n0");
+    ExpectRefused(cycle(11), "nodes: the nodes' wires form a cycle: n0 -> n1 -> n2 -> n3 -> n4 -> (2 more) -> n7 -> "
+                             "n8 -> n9 -> n10 -> n0");
+    ExpectRefused(cycle(5000), "nodes: the nodes' wires form a cycle: n0 -> n1 -> n2 -> n3 -> n4 -> (4991 more) -> "
+                               "n4996 -> n4997 -> n4998 -> n4999 -> n0");
+}
+
+/// Every value of a graph, in the place of which each kind of value stands: it is read, or refused in one line.
+TEST_F(GraphFile, WrongKindsAnywhereDoNoHarm) {
+    const nlohmann::json graph = nlohmann::json::parse(kGraph);
+    const nlohmann::json flat = graph.flatten();
+    std::set<std::string> places;
+    for (const auto& [place, value] : flat.items()) {
+        for (std::size_t end = place.size(); end != 0 && end != std::string::npos; end = place.rfind('/', end - 1)) {
+            places.insert(place.substr(0, end)); // of the value, and of all that it lies in
+        }
+    }
+    ASSERT_EQ(places.size(), 36U);
+    int refused = 0;
+    for (const std::string& place : places) {
+        for (const char* text : {"null", "true", "3", "-2147483648", "99999999999", "1e999", "1.5", "\"\"",
+                                 R"("a\u0000\n")", "[]", "[[]]", "{}", R"({"a": 1})", R"({"$double": "nan"})"}) {
+            nlohmann::json changed = graph;
+            changed[nlohmann::json::json_pointer(place)] = "HERE";
+            std::string bytes = changed.dump();
+            bytes.replace(bytes.find("\"HERE\""), 6, text);
+            refused += IsRefused(bytes) ? 1 : 0;
+        }
+    }
+    EXPECT_GT(refused, 300);
+}
+
+TEST_F(GraphFile, DamagedFilesDoNoHarm) {
+    const std::string whole = R"({"inputs": {"a": {"type": "IMAGE_GREY_8"}}, "nodes": {"b": {"node": "Flip",
+        "inputs": ["a"], "parameters": {"flip_x": true}, "set": {"$int:1": 2}}}, "outputs": {"o": "b"}})";
+    ASSERT_FALSE(IsRefused(whole));
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        EXPECT_TRUE(IsRefused(whole.substr(0, length))) << length;
+    }
+    for (std::size_t place = 0; place < whole.size(); ++place) {
+        const auto byte = static_cast<unsigned char>(whole[place]);
+        for (const int changed : {0, 0xff, byte + 1, byte ^ 0x20}) {
+            std::string bytes = whole;
+            bytes[place] = static_cast<char>(changed);
+            IsRefused(bytes);
+        }
+    }
+}
+
+TEST_F(GraphFile, TenThousandNodesAreReadInAnyArrangement) {
+    constexpr int count = 10000;
+    std::string star = R"("r": {"node": "Silent"})";
+    std::string apart = R"("n0": {"node": "Silent"})";
+    for (int index = 1; index < count; ++index) {
+        const std::string name = ", \"n" + std::to_string(index) + "\": ";
+        star += name + R"({"node": "Flip", "inputs": ["r"]})";
+        apart += name + R"({"node": "Silent"})";
+    }
+    for (const std::string& nodes : {star, apart}) {
+        const StGraph graph = Read("{\"nodes\": {" + nodes + R"(}, "outputs": {"o": "n9999"}})");
+        ASSERT_EQ(graph.nodes.size(), 10000U);
+        EXPECT_EQ(Producer(graph, graph.outputs[0].value)->name, "n9999");
+        for (const StGraphNode& node : graph.nodes) { // sorting has moved them
+            ASSERT_EQ(Producer(graph, node.firstOutput), &node);
+        }
+        const std::string plan = PlanText(graph, {{}, {"o.png"}});
+        EXPECT_EQ(std::count(plan.begin(), plan.end(), '\n'), 10001);
+        const std::string dot = DotText(graph);
+        EXPECT_GT(std::count(dot.begin(), dot.end(), '\n'), 10001);
+    }
 }
 
 TEST_F(GraphFile, ALongChainIsNoProblem) {

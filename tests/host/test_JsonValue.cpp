@@ -283,9 +283,15 @@ TEST_F(JsonValue, FilesAreIndented) {
 
 TEST_F(JsonValue, FilesAreLimited) {
     Put("a.json", "{\"a\":1}");
+    const std::size_t values = 160 + 1; // the number, and the key's letter
     {
-        const CRoomForImages room(7);
+        const CRoomForImages room(values);
         EXPECT_EQ(ReadError("a.json"), "");
+    }
+    {
+        const CRoomForImages room(values - 1);
+        EXPECT_EQ(ReadError("a.json"), "a.json: its values take more than the 160 bytes that images may take: "
+                                       "--max-memory raises the limit");
     }
     const CRoomForImages room(6);
     EXPECT_EQ(ReadError("a.json"),

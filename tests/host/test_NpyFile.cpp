@@ -283,10 +283,12 @@ TEST_F(NpyFile, RefusesWhatItCantHold) {
 
 TEST_F(NpyFile, DamagedFilesDoNoHarm) {
     std::mt19937 random(2);
-    const ImagePtr image = RandomImage(QUOR::IMAGE_GREY_16, CSize(3, 2, 2), random);
-    Write("a.npy", *image);
-    ReadEveryPrefix("a.npy");
-    ReadWithEveryByteChanged("a.npy", 128);
+    for (const IImage::CType& type : AllTypes()) {
+        SCOPED_TRACE(type.ToString());
+        Write("a.npy", *RandomImage(type, type == QUOR::IMAGE_RGB_8 ? CSize(3, 2) : CSize(3, 2, 2), random));
+        ReadEveryPrefix("a.npy");
+        ReadWithEveryByteChanged("a.npy", 128);
+    }
 }
 
 } // namespace

@@ -244,7 +244,8 @@ TEST_F(PngFile, RefusesOtherFiles) {
 
 TEST_F(PngFile, DamagedFilesDoNoHarm) {
     std::mt19937 random(4);
-    for (const IImage::CType& type : {QUOR::IMAGE_BINARY_FG, QUOR::IMAGE_RGB_8}) {
+    for (const IImage::CType& type :
+         {QUOR::IMAGE_BINARY_FG, QUOR::IMAGE_GREY_8, QUOR::IMAGE_GREY_16, QUOR::IMAGE_RGB_8}) {
         Write("a.png", *RandomPicture(type, CSize(9, 5), random));
         ReadEveryPrefix("a.png");
         ReadWithEveryByteChanged("a.png", 1000);

@@ -1,5 +1,8 @@
 #include "Text.h"
 
+#include "Errors.h"
+#include "Printable.h"
+
 #include <gtest/gtest.h>
 
 namespace vessa {
@@ -29,6 +32,21 @@ TEST(Text, ListsAreSplitAndJoined) {
     EXPECT_EQ(Join({"a", "b", "c"}, ", "), "a, b, c");
     EXPECT_EQ(Join({}, ", "), "");
     EXPECT_EQ(Join({"a", "a"}, "/"), "a/a");
+}
+
+TEST(Text, ANameThatIsNoSlipHasNoNearest) {
+    EXPECT_EQ(NearestHint(std::string(256, 'F'), {"Flip"}), ", the nearest one is 'Flip'");
+    EXPECT_EQ(NearestHint(std::string(257, 'F'), {"Flip"}), "");
+    EXPECT_EQ(NearestHint("Flup", {}), "");
+}
+
+TEST(Text, LongTextsKeepTheirEnds) {
+    EXPECT_EQ(Shortened("0123456789abcdef", 16), "0123456789abcdef");
+    EXPECT_EQ(Shortened("0123456789abcdefg", 16), "01234 ... cdefg");
+    EXPECT_EQ(FailureLine(std::string(1999, 'a') + std::string(2001, 'b')),
+              "vessa: " + std::string(1999, 'a') + std::string(2001, 'b') + "\n");
+    EXPECT_EQ(FailureLine(std::string(2000, 'a') + std::string(2001, 'b')),
+              "vessa: " + std::string(1997, 'a') + " ... " + std::string(1997, 'b') + "\n");
 }
 
 TEST(Text, OneLineHasSingleBlanks) {

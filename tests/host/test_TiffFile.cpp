@@ -555,8 +555,53 @@ TEST_F(TiffFile, BelievesNoTiles) {
                                   "can't hold");
     const CRoomForImages room(1 << 20);
     Put("a.tif", Tiff(With(page, {TIFFTAG_COMPRESSION, 3, 1, COMPRESSION_LZMA}), "abcdefghijkl"));
-    EXPECT_EQ(ReadError("a.tif"), "a.tif: a tile of 2147483632x16 has 34359738112 bytes, more than the 1048576 that "
-                                  "images may take: --max-memory raises the limit");
+    EXPECT_EQ(ReadError("a.tif"),
+              "a.tif: its tiles of 2147483632x16 have 34359738112 bytes, with those of the pages "
+              "before it more than the 1048576 that images may take: --max-memory raises the limit");
+}
+
+/// Tiles and strips may be shared, so that a page claims no more than the file holds, but all together do.
+TEST_F(TiffFile, BelievesNoSharedTiles) {
+    const auto tiled = [&](std::uint32_t tiles, std::uint32_t compression) {
+        const std::uint32_t data = kHeaderBytes + DirectoryBytes(std::vector<StEntry>(10));
+        std::vector<StEntry> page = Page(1, 16 * tiles, 8, 0, 0);
+        page.erase(page.begin() + 5);
+        page.erase(page.begin() + 6, page.end());
+        for (const StEntry& entry :
+             {StEntry{TIFFTAG_COMPRESSION, 3, 1, compression}, StEntry{TIFFTAG_TILEWIDTH, 4, 1, 64},
+              StEntry{TIFFTAG_TILELENGTH, 4, 1, 16}, StEntry{TIFFTAG_TILEOFFSETS, 4, tiles, data + 1024},
+              StEntry{TIFFTAG_TILEBYTECOUNTS, 4, tiles, data + 1024 + 4 * tiles}}) {
+            page = With(page, entry);
+        }
+        CBytes places;
+        CBytes sizes;
+        for (std::uint32_t tile = 0; tile < tiles; ++tile) {
+            places << data;
+            sizes << std::uint32_t{1024};
+        }
+        return Tiff(page, std::string(1024, 'a') + places.Text() + sizes.Text());
+    };
+    Put("a.tif", tiled(2, COMPRESSION_NONE));
+    EXPECT_EQ(ReadError("a.tif"), "a.tif: it claims 64x32 pixels of 8-bit grey, which a file of 1174 bytes can't hold");
+    const CRoomForImages room(4000);
+    Put("a.tif", tiled(4, COMPRESSION_LZMA));
+    EXPECT_EQ(ReadError("a.tif"), "a.tif: its tiles of 64x16 have 4096 bytes, with those of the pages before it more "
+                                  "than the 4000 that images may take: --max-memory raises the limit");
+}
+
+TEST_F(TiffFile, BelievesNoSharedPages) {
+    const std::vector<StEntry> first = Page(50, 6, 8, kHeaderBytes + 2 * DirectoryBytes(Page(1, 1, 8, 0, 0)), 300);
+    const std::uint32_t second = kHeaderBytes + DirectoryBytes(first);
+    const auto file = [&](const std::string& data) {
+        return (CBytes() << std::string("II") << std::uint16_t{42} << kHeaderBytes << Directory(first, second)
+                         << Directory(first, 0) << data)
+            .Text();
+    };
+    Put("a.tif", file(std::string(300, 'x')));
+    EXPECT_EQ(ReadError("a.tif"),
+              "a.tif: page 2: up to this page, more pixels are claimed than a file of 536 bytes can hold");
+    Put("a.tif", file(std::string(400, 'x')));
+    EXPECT_EQ(Read("a.tif")->Size(), CSize(50, 6, 2)) << "there is room for both, wherever they are";
 }
 
 TEST_F(TiffFile, ChainsOfPagesMustEnd) {
@@ -614,7 +659,25 @@ TEST_F(TiffFile, DamagedFilesDoNoHarm) {
             TIFFWriteEncodedTile(tiff, tile, pixels.data(), static_cast<tmsize_t>(pixels.size()));
         }
     });
-    for (const char* name : {"front.tif", "back.tif", "tiled.tif"}) {
+    Put("big-endian.tif", Tiff(Page(4, 2, 16, DataOffset(9), 16), "abcdefghijklmnop", true));
+    Write("float.tif", *RandomImage(QUOR::IMAGE_GREY_F, CSize(3, 2, 3), random));
+    Write("bits.tif", *ZeroImage(QUOR::IMAGE_BINARY_FG, CSize(11, 3)));
+    {
+        COutputFile file(Path("bigtiff.tif"));
+        WriteTiff(file, *image, 0);
+        file.Commit();
+    }
+    PutForeign("deflated.tif", "w", [&](TIFF* tiff) {
+        SetForm(tiff, 20, 20, 8);
+        TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
+        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, 5);
+        std::string pixels(5 * 20, 'a');
+        for (std::uint32_t strip = 0; strip < 4; ++strip) {
+            TIFFWriteEncodedStrip(tiff, strip, pixels.data(), static_cast<tmsize_t>(pixels.size()));
+        }
+    });
+    for (const char* name : {"front.tif", "back.tif", "tiled.tif", "big-endian.tif", "float.tif", "bits.tif",
+                             "bigtiff.tif", "deflated.tif"}) {
         SCOPED_TRACE(name);
         ReadEveryPrefix(name);
         ReadWithEveryByteChanged(name, 2000);

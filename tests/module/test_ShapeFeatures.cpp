@@ -662,7 +662,7 @@ TEST(ShapeFeatures, LeaveTheNodeWithOneFailureForEveryWrongPath) {
                               "The provided feature plugin is not a subclass of CPluginBase"};
     for (const std::string& path :
          {std::string(SHAPE_FEATURES) + ".none#Shape", std::string("%QUORDIR_UNSET%/shapefeatures.so#Shape"),
-          std::string(FEATURES_PAGE) + "#Shape", std::string(TEST_PLUGIN_DIRECTORY "/LackingExport.so#Shape"),
+          std::string(FEATURES_PAGE) + "#Shape", std::string(TEST_PLUGIN_DIRECTORY "/LackingTimestamp.so#Shape"),
           std::string(MANIPULATION_MODULE "#Flip"), std::string(MANIPULATION_MODULE), Path("Nothing"), Path("")}) {
         CNodeUnderTest node("LabelToFeature");
         node.Input(0, Floats(4, 3, kLabels)).Set("feature_plugin", path.c_str());

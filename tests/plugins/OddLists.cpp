@@ -3,11 +3,24 @@
 #include "vessa.h"
 
 #include <cstdlib>
+#include <exception>
 #include <string_view>
 
 using namespace QUOR;
 
-extern "C" VESSA_API IPluginObject* CreatePluginInstanceEx(const char* /*name*/) { return nullptr; }
+namespace {
+
+/// A failure whose code goes away with the library.
+class COwnFailure : public std::exception {
+public:
+    const char* what() const noexcept override { return "a failure of its own"; }
+};
+
+} // namespace
+
+extern "C" VESSA_API IPluginObject* CreatePluginInstanceEx(const char* name) {
+    return std::string_view(name) == "Raising" ? throw COwnFailure() : nullptr;
+}
 
 extern "C" VESSA_API CValueVector* ListPlugins() {
     const char* chosen = std::getenv("VESSA_TEST_LIST");
@@ -15,10 +28,28 @@ extern "C" VESSA_API CValueVector* ListPlugins() {
     if (list == "missing") {
         return nullptr;
     }
+    if (list == "raising") {
+        throw CException("(odd lists) ListPlugins", "no list", nullptr);
+    }
+    if (list == "raising its own") {
+        throw COwnFailure();
+    }
+    if (list == "raising a number") {
+        throw 5;
+    }
     auto* names = new CValueVector;
-    if (list == "wrong") {
+    if (list != "empty") {
         names->PushBack(new CValueString(CString("Right")));
+    }
+    if (list == "wrong") {
         names->PushBack(new CValueLong(1));
+    } else if (list == "hole") {
+        names->SetEntry(2, new CValueString(CString("Left")));
+    } else if (list == "nameless") {
+        names->PushBack(new CValueString(CString("")));
+    } else if (list == "twice") {
+        names->PushBack(new CValueString(CString("Left")));
+        names->PushBack(new CValueString(CString("Right")));
     }
     return names;
 }

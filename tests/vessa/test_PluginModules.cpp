@@ -3,6 +3,12 @@
 #include <chrono>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <elf.h>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <utility>
 
 namespace QUOR::test {
@@ -10,7 +16,7 @@ namespace {
 
 const std::string kPlugins = TEST_PLUGIN_DIRECTORY "/";
 const std::string kSecond = kPlugins + "SecondModule.so";
-const std::string kLacking = kPlugins + "LackingExport.so";
+const std::string kLacking = kPlugins + "LackingTimestamp.so";
 const std::string kOddLists = kPlugins + "OddLists.so";
 
 StFailure LoadingFailure(const std::string& file) {
@@ -107,20 +113,90 @@ TEST(PluginModules, RefuseAFileThatIsNoLibrary) {
     EXPECT_EQ(LoadingFailure(file).what.substr(0, start.size()), start);
 }
 
-TEST(PluginModules, RefuseALibraryWithoutAnExport) {
-    EXPECT_EQ(LoadingFailure(kLacking),
-              (StFailure{"CPluginModule", kLacking + ": the library is no plug-in library: it doesn't export "
-                                                     "get_loading_timestamp"}));
-    EXPECT_FALSE(IsLoaded(kLacking)) << "a failure leaves nothing loaded";
+class PluginFiles : public testing::Test {
+protected:
+    PluginFiles() : m_library(kSecond), m_bytes(std::istreambuf_iterator<char>(m_library), {}) {}
+    ~PluginFiles() override { std::filesystem::remove(m_file); }
+    PluginFiles(const PluginFiles&) = delete;
+    PluginFiles& operator=(const PluginFiles&) = delete;
+
+    /// Why a library of these bytes isn't loaded, without the file's name; "" if it is.
+    std::string Refusal(const std::string& bytes) {
+        std::filesystem::remove(m_file); // never written over: it may be loaded
+        std::ofstream(m_file, std::ios::binary) << bytes;
+        const std::string start = m_file + ": the plug-in library can't be loaded: ";
+        try {
+            const CPluginModule module(m_file);
+            return "";
+        } catch (const CException& failure) {
+            const std::string what = failure.What();
+            return what.starts_with(start) ? what.substr(start.size()) : what;
+        }
+    }
+
+    std::string m_file =
+        (std::filesystem::temp_directory_path() / ("vessa-plugin-" + std::to_string(::getpid()) + ".so")).string();
+    std::ifstream m_library;
+    std::string m_bytes;
+};
+
+TEST_F(PluginFiles, OfAnotherProcessorAreToldAsSuch) {
+    ASSERT_EQ(Refusal(m_bytes), "");
+    for (const std::size_t place : {EI_CLASS, EI_DATA, 18, 19}) { // the last two hold the machine
+        std::string other = m_bytes;
+        other[place] = static_cast<char>(other[place] ^ 3);
+        EXPECT_EQ(Refusal(other), "it is made for another kind of processor") << place;
+    }
 }
 
-TEST(PluginModules, RefuseAListThatIsMissingOrHoldsNoTexts) {
-    ::setenv("VESSA_TEST_LIST", "missing", 1);
-    EXPECT_EQ(LoadingFailure(kOddLists),
-              (StFailure{"CPluginModule", kOddLists + ": the library gives no list of its plug-ins"}));
-    ::setenv("VESSA_TEST_LIST", "wrong", 1);
-    EXPECT_EQ(LoadingFailure(kOddLists),
-              (StFailure{"CPluginModule", kOddLists + ": entry 1 of the library's list of plug-ins is no text"}));
+TEST_F(PluginFiles, ThatAreCutOffAreToldAsSuch) {
+    std::size_t cutOff = 0;
+    for (std::size_t length = 0; length < m_bytes.size(); length += m_bytes.size() / 97) {
+        const std::string refusal = Refusal(m_bytes.substr(0, length));
+        cutOff += refusal == "it is cut off" ? 1 : 0;
+        EXPECT_TRUE(refusal == "it is cut off" || length < 64 || refusal.empty()) << length << ": " << refusal;
+    }
+    EXPECT_GT(cutOff, 20U) << "what stands behind the mapped segments may be missing";
+    EXPECT_EQ(Refusal(m_bytes.substr(0, 4096)), "it is cut off");
+    EXPECT_EQ(Refusal(m_bytes.substr(0, 100)), "it is cut off") << "in the midst of the table of segments";
+    EXPECT_EQ(Refusal(""), m_file + ": file too short");
+}
+
+TEST_F(PluginFiles, MustBeRegular) {
+    ASSERT_EQ(::mkfifo(m_file.c_str(), 0600), 0);
+    EXPECT_EQ(LoadingFailure(m_file).what, m_file + ": the plug-in library can't be loaded: it is no regular file");
+    EXPECT_EQ(LoadingFailure("/dev/zero").what,
+              "/dev/zero: the plug-in library can't be loaded: it is no regular file");
+    EXPECT_EQ(LoadingFailure("/tmp").what, "/tmp: the plug-in library can't be loaded: it is no regular file");
+}
+
+TEST(PluginModules, RefuseALibraryWithoutAnExport) {
+    const std::vector<std::pair<std::string, std::string>> lacking{
+        {kPlugins + "LackingCreate.so", "CreatePluginInstanceEx"},
+        {kPlugins + "LackingList.so", "ListPlugins"},
+        {kLacking, "get_loading_timestamp"}};
+    for (const auto& [file, name] : lacking) {
+        EXPECT_EQ(
+            LoadingFailure(file),
+            (StFailure{"CPluginModule", file + ": the library is no plug-in library: it doesn't export " + name}));
+        EXPECT_FALSE(IsLoaded(file)) << "a failure leaves nothing loaded";
+    }
+}
+
+TEST(PluginModules, RefuseAListThatIsMissingOrNoListOfNames) {
+    const std::vector<std::pair<std::string, std::string>> lists{
+        {"missing", "the library gives no list of its plug-ins"},
+        {"raising", "the library's list of plug-ins can't be made: (odd lists) ListPlugins: no list"},
+        {"raising its own", "the library's list of plug-ins can't be made: a failure of its own"},
+        {"raising a number", "the library's list of plug-ins can't be made: a failure of unknown kind"},
+        {"wrong", "entry 1 of the library's list of plug-ins is no text"},
+        {"hole", "entry 1 of the library's list of plug-ins is no text"},
+        {"nameless", "entry 1 of the library's list of plug-ins is empty"},
+        {"twice", "entry 2 of the library's list of plug-ins is 'Right' again"}};
+    for (const auto& [list, failure] : lists) {
+        ::setenv("VESSA_TEST_LIST", list.c_str(), 1);
+        EXPECT_EQ(LoadingFailure(kOddLists), (StFailure{"CPluginModule", kOddLists + ": " + failure})) << list;
+    }
     ::setenv("VESSA_TEST_LIST", "empty", 1);
     EXPECT_TRUE(CPluginModule(kOddLists).Names().empty());
     EXPECT_EQ(GetPluginObject(nullptr, kOddLists.c_str(), nullptr), nullptr);
@@ -211,6 +287,15 @@ TEST(GetPluginObject, GivesNullWithoutSuchAPlugin) {
     EXPECT_EQ(PluginObject(nullptr, "#Number"), nullptr);
     CValueMap parameters;
     EXPECT_EQ(PluginObject(nullptr, kSecond + "#Refusing", &parameters), nullptr);
+}
+
+TEST(GetPluginObject, PassesOnWhatIsRaisedWhileItsCodeIsThere) {
+    try {
+        PluginObject(nullptr, kOddLists + "#Raising");
+        ADD_FAILURE() << "nothing was raised";
+    } catch (const std::exception& failure) {
+        EXPECT_STREQ(failure.what(), "a failure of its own");
+    }
 }
 
 } // namespace

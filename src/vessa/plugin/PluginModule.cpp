@@ -1,11 +1,13 @@
 #include "plugin/PluginModule.h"
 
+#include "ElfFile.h"
 #include "Value/ValueMap.h"
 #include "Value/ValueVector.h"
 #include "base/Exception.h"
 
 #include <algorithm>
 #include <dlfcn.h>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -15,6 +17,10 @@ namespace {
 
 [[noreturn]] void Raise(const std::string& file, const std::string& message) {
     throw CException("CPluginModule", (file + ": " + message).c_str(), nullptr);
+}
+
+[[noreturn]] void RaiseUnloadable(const std::string& file, const std::string& reason) {
+    Raise(file, "the plug-in library can't be loaded: " + reason);
 }
 
 std::string LoaderMessage() {
@@ -32,9 +38,12 @@ using LibraryHandle = std::unique_ptr<void, StCloseLibrary>;
 std::string LoaderPath(const std::string& file) { return file.find('/') == std::string::npos ? "./" + file : file; }
 
 LibraryHandle Load(const std::string& file) {
+    if (const std::string defect = DefectOfLibrary(file); !defect.empty()) {
+        RaiseUnloadable(file, defect);
+    }
     LibraryHandle handle(::dlopen(LoaderPath(file).c_str(), RTLD_NOW | RTLD_LOCAL));
     if (!handle) {
-        Raise(file, "the plug-in library can't be loaded: " + LoaderMessage());
+        RaiseUnloadable(file, LoaderMessage());
     }
     return handle;
 }
@@ -56,23 +65,45 @@ struct CPluginModule::StLibrary {
           list(Export<CValueVector*()>(file, handle, "ListPlugins")),
           timestamp(Export<std::int64_t()>(file, handle, "get_loading_timestamp")), names(ReadNames()) {}
 
+    /// The library's own list, null if it gives none. What it raises goes no further: it may be of a class of the
+    /// library's, which is unloaded then.
+    std::unique_ptr<const CValueVector> List() const {
+        const std::string start = "the library's list of plug-ins can't be made: ";
+        try {
+            return std::unique_ptr<const CValueVector>(list());
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (const CException& failure) {
+            Raise(file, start + failure.FormattedWhat());
+        } catch (const std::exception& failure) {
+            Raise(file, start + failure.what());
+        } catch (...) {
+            Raise(file, start + "a failure of unknown kind");
+        }
+    }
+
     std::vector<std::string> ReadNames() const {
-        const std::unique_ptr<const CValueVector> values(list());
+        const std::unique_ptr<const CValueVector> values = List();
         if (!values) {
             Raise(file, "the library gives no list of its plug-ins");
         }
         std::vector<std::string> texts;
+        std::set<std::string> known;
         for (int index = 0; index < static_cast<int>(values->Size()); ++index) {
+            const std::string entry = "entry " + std::to_string(index) + " of the library's list of plug-ins ";
             if (!values->HasEntry(index, EnValType::String)) {
-                Raise(file, "entry " + std::to_string(index) + " of the library's list of plug-ins is no text");
+                Raise(file, entry + "is no text");
             }
             texts.push_back(values->Entry(index, true)->String().Text());
+            if (texts.back().empty() || !known.insert(texts.back()).second) {
+                Raise(file, entry + (texts.back().empty() ? "is empty" : "is '" + texts.back() + "' again"));
+            }
         }
         return texts;
     }
 
-    /// An object's code is the library's, down to its destructor, so that there is no moment after which the library
-    /// could be unloaded safely.
+    /// The code of an object, or of what was raised in its making, is the library's, down to its destructor, so that
+    /// there is no moment after which the library could be unloaded safely.
     void StayLoaded() const {
         if (void* again = ::dlopen(LoaderPath(file).c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD | RTLD_NODELETE)) {
             ::dlclose(again);
@@ -98,11 +129,16 @@ CPluginModule::~CPluginModule() = default;
 const std::vector<std::string>& CPluginModule::Names() const { return m_library->names; }
 
 std::unique_ptr<IPluginObject> CPluginModule::Create(const std::string& name) const {
-    std::unique_ptr<IPluginObject> object(m_library->create(name.c_str()));
-    if (object) {
+    try {
+        std::unique_ptr<IPluginObject> object(m_library->create(name.c_str()));
+        if (object) {
+            m_library->StayLoaded();
+        }
+        return object;
+    } catch (...) {
         m_library->StayLoaded();
+        throw;
     }
-    return object;
 }
 
 std::int64_t CPluginModule::LoadingTimestamp() const { return m_library->timestamp(); }
