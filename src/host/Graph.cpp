@@ -180,7 +180,7 @@ void CheckFiles(const StGraph& graph, const StGraphFiles& files, const StWriteOp
             }
         }
     }
-    if (options.format && written.count(std::string(kStandardStream)) == 0) {
+    if (options.format && !written.contains(std::string(kStandardStream))) {
         throw CUseError("--format is for standard output, where nothing goes: a file's name tells its format");
     }
 }
