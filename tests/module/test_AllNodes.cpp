@@ -44,14 +44,15 @@ struct StResult {
 };
 
 /// A node's outcome on clones of one image, taken for all its image inputs.
-StResult RunOn(CNodeUnderTest& node, const std::string& name, const CImage& image) {
+StResult RunOn(CNodeUnderTest& node, const std::string& name, const CImage& image,
+               CNodeUnderTest& (CNodeUnderTest::*run)() = &CNodeUnderTest::Run) {
     for (const int slot : ImageSlots(name)) {
         node.Input(slot, ImagePtr(image.Clone(IImage::EnCloningStrategy::Everything)));
     }
     const CCapturedOutput printed(std::cout);
     StResult result;
     try {
-        node.Run();
+        (node.*run)();
     } catch (const CException& failure) {
         EXPECT_FALSE(node.HasOutput(0)) << "a failed run has set an output";
         EXPECT_FALSE(node.HasOutput(1)) << "a failed run has set an output";
@@ -143,6 +144,20 @@ TEST_P(AllNodes, FailsWithoutInputs) {
     const CCapturedOutput printed(std::cout);
     const StFailure failure = node.Failure();
     EXPECT_NE(failure.where.find(GetParam() == "Autocrop" ? "AutoCrop" : GetParam()), std::string::npos) << failure;
+}
+
+TEST_P(AllNodes, HasTheDefaultsOfItsDescriptionBeforeNodeInit) {
+    const std::string& name = GetParam();
+    const auto setup = DescriptionOf(name);
+    for (const auto& type : AllTypes()) {
+        const ImagePtr image = CodedImage(type, CSize(5, 4, 3));
+        CNodeUnderTest made(name);
+        CNodeUnderTest told(name);
+        for (const auto& [key, value] : *setup->Entry("parameters", true)->Map()) {
+            told.Node().Parameters().SetEntry(key, value->Clone(EnTfOwnership::Copy));
+        }
+        ExpectSame(RunOn(told, name, *image), RunOn(made, name, *image, &CNodeUnderTest::RunAgain));
+    }
 }
 
 TEST_P(AllNodes, RepeatsItsRunsAndAgreesWithOtherObjects) {
