@@ -2,12 +2,13 @@
 
 SOURCES = $(shell find include src tests bench examples -name '*.h' -o -name '*.cpp' 2>/dev/null)
 
-.PHONY: help demo docs test check-docs asan asan-clang tsan clang coverage bench bench-growth bench-processes fuzz check-format format tidy package clean
+.PHONY: help demo docs test test-large check-docs asan asan-clang tsan clang coverage bench bench-growth bench-processes fuzz check-format format tidy package clean
 
 help:
 	@echo "make demo          build the programs and run them on sample pictures"
 	@echo "make docs          the documentation: build/doc/index.html"
 	@echo "make test          build everything and run every test"
+	@echo "make test-large    the tests that need 5 GiB of memory"
 	@echo "make check-docs    the tests of the documentation in a browser"
 	@echo "make asan          the tests under the address and undefined-behaviour sanitizers; make asan-clang by Clang"
 	@echo "make tsan          the tests with several threads under the thread sanitizer"
@@ -38,6 +39,12 @@ test:
 	@cmake --preset release -DVESSA_TESTS=ON -DVESSA_BROWSER_TESTS=OFF
 	@cmake --build --preset release
 	@ctest --preset release
+
+test-large:
+	@scripts/install_packages.sh build tests
+	@cmake --preset release -DVESSA_TESTS=ON
+	@cmake --build --preset release
+	@ctest --test-dir build --output-on-failure -L large
 
 check-docs:
 	@scripts/install_packages.sh build browser
