@@ -160,6 +160,23 @@ TEST_P(AllNodes, HasTheDefaultsOfItsDescriptionBeforeNodeInit) {
     }
 }
 
+TEST_P(AllNodes, PrintsNothingByDefault) {
+    const CCapturedOutput printed(std::cout);
+    const CCapturedOutput warned(std::cerr);
+    for (const auto& type : AllTypes()) {
+        CNodeUnderTest node(GetParam());
+        for (const int slot : ImageSlots(GetParam())) {
+            node.Input(slot, CodedImage(type, CSize(4, 3)));
+        }
+        try {
+            node.Run();
+        } catch (const CException&) { // prints nothing either
+        }
+    }
+    EXPECT_EQ(printed.Text(), "");
+    EXPECT_EQ(warned.Text(), "");
+}
+
 TEST_P(AllNodes, RepeatsItsRunsAndAgreesWithOtherObjects) {
     const std::string& name = GetParam();
     std::mt19937 random(20);

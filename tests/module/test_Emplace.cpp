@@ -415,14 +415,16 @@ TEST(Emplace, TakesMasksWhoseElementsAreNoMachineWord) {
     const IImage::CType mask("THREE_BYTES", 3, 1, true, 5);
     for (const auto& type : {IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_64}) {
         CNodeUnderTest node("Emplace");
-        node.Input(0, ZeroImage(type, CSize(5, 1))).Input(1, CodedImage(type, CSize(5, 1)));
-        node.Input(2, MakeImage<std::uint8_t>(mask, CSize(5, 1), {0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 255}));
+        node.Input(0, CodedImage(type, CSize(4, 1))).Input(1, CodedImage(type, CSize(4, 2)));
+        node.Input(2, MakeImage<std::uint8_t>(mask, CSize(4, 2), {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, //
+                                                                  1, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 255}));
+        node.Set("patch_offs_y", 1);
         const std::unique_ptr<const IAccess> out(node.Run().Output().CreateAccess());
         Row marked;
-        for (const std::int64_t x : {0, 1, 2, 3, 4}) {
+        for (const std::int64_t x : {0, 1, 2, 3}) {
             marked.push_back(static_cast<std::uint8_t>(out->Get(x, 0, 0, 0)));
         }
-        EXPECT_EQ(marked, (Row{0, 1, 2, 0, 4})) << type.ToString();
+        EXPECT_EQ(marked, (Row{10, 11, 2, 13})) << type.ToString();
     }
 }
 
