@@ -2,7 +2,7 @@
 
 SOURCES = $(shell find include src tests bench examples -name '*.h' -o -name '*.cpp' 2>/dev/null)
 
-.PHONY: help demo docs test test-large check-docs asan asan-clang tsan clang coverage bench bench-growth bench-processes fuzz check-format format tidy package clean
+.PHONY: help demo docs test test-large check-docs asan asan-clang tsan clang coverage mutants bench bench-growth bench-processes fuzz check-format format tidy package clean
 
 help:
 	@echo "make demo          build the programs and run them on sample pictures"
@@ -14,6 +14,7 @@ help:
 	@echo "make tsan          the tests with several threads under the thread sanitizer"
 	@echo "make clang         the tests, compiled by Clang"
 	@echo "make coverage      the tests, then a report on the lines they reach"
+	@echo "make mutants       break the module on purpose, SAMPLE=10 times a file, and tell what no test notices"
 	@echo "make bench         measure every node beside its peers, into bench/RESULTS.md"
 	@echo "make bench-growth  measure nodes of each class on work of growing size"
 	@echo "make bench-processes  measure whole processes beside other shell tools"
@@ -75,6 +76,12 @@ coverage:
 	  --html-details build-coverage/report/index.html --print-summary build-coverage
 	@echo "the report: build-coverage/report/index.html"
 
+mutants:
+	@scripts/install_packages.sh build tests
+	@cmake --preset mutants
+	@cmake --build --preset mutants
+	@scripts/mutate.py build-mutants --sample $(or $(SAMPLE),10)
+
 bench:
 	@scripts/install_packages.sh build bench
 	@cmake --preset release -DVESSA_BENCH=ON
@@ -120,4 +127,4 @@ package:
 	@cmake --build --preset release --target package
 
 clean:
-	rm -rf build build-debug build-asan build-asan-clang build-tsan build-coverage build-clang build-fuzz
+	rm -rf build build-debug build-asan build-asan-clang build-tsan build-coverage build-clang build-fuzz build-mutants
