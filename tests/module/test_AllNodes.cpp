@@ -37,6 +37,12 @@ std::vector<int> ImageSlots(const std::string& name) {
     return slots;
 }
 
+/// The number of images that a value of a port points to; 0 for a value that is no pointer.
+std::size_t CountOf(const CValue& value) {
+    const auto* pointer = dynamic_cast<const CValuePointer<CImage>*>(&value);
+    return pointer == nullptr ? 0 : pointer->Count();
+}
+
 /// What a run gives: the failure's words, or the outputs.
 struct StResult {
     std::string failure;
@@ -63,6 +69,7 @@ StResult RunOn(CNodeUnderTest& node, const std::string& name, const CImage& imag
     }
     for (int slot = 0; slot < 2 && node.HasOutput(slot); ++slot) {
         if (node.OutputValue(slot)->GenericType() == EnValType::Pointer) {
+            EXPECT_EQ(CountOf(*node.OutputValue(slot)), 1U);
             result.images.emplace_back(node.Output(slot).Clone(IImage::EnCloningStrategy::Everything));
         }
     }
@@ -96,6 +103,7 @@ TEST_P(AllNodes, DescribesEverythingItDeclares) {
             EXPECT_NE(text.find(header), std::string::npos) << header;
             EXPECT_TRUE(port->Meta().HasEntry("label", EnValType::String)) << side << key.Text();
             EXPECT_EQ(port->Meta().HasEntry("optional", EnValType::Bool), side == std::string("inputs"));
+            EXPECT_EQ(CountOf(*port), port->GenericType() == EnValType::Map ? 0U : 1U);
         }
     }
 }
