@@ -2,17 +2,19 @@
 
 SOURCES = $(shell find include src tests bench examples -name '*.h' -o -name '*.cpp' 2>/dev/null)
 
-.PHONY: help demo docs test check-docs asan asan-clang tsan clang coverage bench bench-growth bench-processes fuzz check-format format tidy package clean
+.PHONY: help demo docs test test-large check-docs asan asan-clang tsan clang coverage mutants bench bench-growth bench-processes fuzz check-format format tidy package clean
 
 help:
 	@echo "make demo          build the programs and run them on sample pictures"
 	@echo "make docs          the documentation: build/doc/index.html"
 	@echo "make test          build everything and run every test"
+	@echo "make test-large    the tests that need 5 GiB of memory"
 	@echo "make check-docs    the tests of the documentation in a browser"
 	@echo "make asan          the tests under the address and undefined-behaviour sanitizers; make asan-clang by Clang"
 	@echo "make tsan          the tests with several threads under the thread sanitizer"
 	@echo "make clang         the tests, compiled by Clang"
 	@echo "make coverage      the tests, then a report on the lines they reach"
+	@echo "make mutants       break the module on purpose, SAMPLE=10 times a file, and tell what no test notices"
 	@echo "make bench         measure every node beside its peers, into bench/RESULTS.md"
 	@echo "make bench-growth  measure nodes of each class on work of growing size"
 	@echo "make bench-processes  measure whole processes beside other shell tools"
@@ -38,6 +40,12 @@ test:
 	@cmake --preset release -DVESSA_TESTS=ON -DVESSA_BROWSER_TESTS=OFF
 	@cmake --build --preset release
 	@ctest --preset release
+
+test-large:
+	@scripts/install_packages.sh build tests
+	@cmake --preset release -DVESSA_TESTS=ON
+	@cmake --build --preset release
+	@ctest --test-dir build --output-on-failure -L large
 
 check-docs:
 	@scripts/install_packages.sh build browser
@@ -67,6 +75,12 @@ coverage:
 	@gcovr --root . --filter src/ --filter include/ --exclude-throw-branches --exclude-unreachable-branches \
 	  --html-details build-coverage/report/index.html --print-summary build-coverage
 	@echo "the report: build-coverage/report/index.html"
+
+mutants:
+	@scripts/install_packages.sh build tests
+	@cmake --preset mutants
+	@cmake --build --preset mutants
+	@scripts/mutate.py build-mutants --sample $(or $(SAMPLE),10)
 
 bench:
 	@scripts/install_packages.sh build bench
@@ -113,4 +127,4 @@ package:
 	@cmake --build --preset release --target package
 
 clean:
-	rm -rf build build-debug build-asan build-asan-clang build-tsan build-coverage build-clang
+	rm -rf build build-debug build-asan build-asan-clang build-tsan build-coverage build-clang build-mutants

@@ -37,6 +37,12 @@ std::vector<int> ImageSlots(const std::string& name) {
     return slots;
 }
 
+/// The number of images that a value of a port points to; 0 for a value that is no pointer.
+std::size_t CountOf(const CValue& value) {
+    const auto* pointer = dynamic_cast<const CValuePointer<CImage>*>(&value);
+    return pointer == nullptr ? 0 : pointer->Count();
+}
+
 /// What a run gives: the failure's words, or the outputs.
 struct StResult {
     std::string failure;
@@ -44,14 +50,15 @@ struct StResult {
 };
 
 /// A node's outcome on clones of one image, taken for all its image inputs.
-StResult RunOn(CNodeUnderTest& node, const std::string& name, const CImage& image) {
+StResult RunOn(CNodeUnderTest& node, const std::string& name, const CImage& image,
+               CNodeUnderTest& (CNodeUnderTest::*run)() = &CNodeUnderTest::Run) {
     for (const int slot : ImageSlots(name)) {
         node.Input(slot, ImagePtr(image.Clone(IImage::EnCloningStrategy::Everything)));
     }
     const CCapturedOutput printed(std::cout);
     StResult result;
     try {
-        node.Run();
+        (node.*run)();
     } catch (const CException& failure) {
         EXPECT_FALSE(node.HasOutput(0)) << "a failed run has set an output";
         EXPECT_FALSE(node.HasOutput(1)) << "a failed run has set an output";
@@ -62,6 +69,7 @@ StResult RunOn(CNodeUnderTest& node, const std::string& name, const CImage& imag
     }
     for (int slot = 0; slot < 2 && node.HasOutput(slot); ++slot) {
         if (node.OutputValue(slot)->GenericType() == EnValType::Pointer) {
+            EXPECT_EQ(CountOf(*node.OutputValue(slot)), 1U);
             result.images.emplace_back(node.Output(slot).Clone(IImage::EnCloningStrategy::Everything));
         }
     }
@@ -95,6 +103,7 @@ TEST_P(AllNodes, DescribesEverythingItDeclares) {
             EXPECT_NE(text.find(header), std::string::npos) << header;
             EXPECT_TRUE(port->Meta().HasEntry("label", EnValType::String)) << side << key.Text();
             EXPECT_EQ(port->Meta().HasEntry("optional", EnValType::Bool), side == std::string("inputs"));
+            EXPECT_EQ(CountOf(*port), port->GenericType() == EnValType::Map ? 0U : 1U);
         }
     }
 }
@@ -143,6 +152,37 @@ TEST_P(AllNodes, FailsWithoutInputs) {
     const CCapturedOutput printed(std::cout);
     const StFailure failure = node.Failure();
     EXPECT_NE(failure.where.find(GetParam() == "Autocrop" ? "AutoCrop" : GetParam()), std::string::npos) << failure;
+}
+
+TEST_P(AllNodes, HasTheDefaultsOfItsDescriptionBeforeNodeInit) {
+    const std::string& name = GetParam();
+    const auto setup = DescriptionOf(name);
+    for (const auto& type : AllTypes()) {
+        const ImagePtr image = CodedImage(type, CSize(5, 4, 3));
+        CNodeUnderTest made(name);
+        CNodeUnderTest told(name);
+        for (const auto& [key, value] : *setup->Entry("parameters", true)->Map()) {
+            told.Node().Parameters().SetEntry(key, value->Clone(EnTfOwnership::Copy));
+        }
+        ExpectSame(RunOn(told, name, *image), RunOn(made, name, *image, &CNodeUnderTest::RunAgain));
+    }
+}
+
+TEST_P(AllNodes, PrintsNothingByDefault) {
+    const CCapturedOutput printed(std::cout);
+    const CCapturedOutput warned(std::cerr);
+    for (const auto& type : AllTypes()) {
+        CNodeUnderTest node(GetParam());
+        for (const int slot : ImageSlots(GetParam())) {
+            node.Input(slot, CodedImage(type, CSize(4, 3)));
+        }
+        try {
+            node.Run();
+        } catch (const CException&) { // prints nothing either
+        }
+    }
+    EXPECT_EQ(printed.Text(), "");
+    EXPECT_EQ(warned.Text(), "");
 }
 
 TEST_P(AllNodes, RepeatsItsRunsAndAgreesWithOtherObjects) {

@@ -409,6 +409,28 @@ TEST(Border, LooksForTheAbortAfresh) {
     EXPECT_FALSE(node.HasOutput());
 }
 
+/// A flag that turns true when it is read for the `n`-th time: set by the host meanwhile.
+class CTrueLater : public CValueBool {
+public:
+    explicit CTrueLater(int n) : m_falseReads(n - 1) {}
+    bool& Bool() override { return CValueBool::Bool(); }
+    bool Bool() const override { return m_falseReads-- <= 0; }
+
+private:
+    mutable int m_falseReads;
+};
+
+TEST(Border, LooksForTheAbortThreeTimes) {
+    for (const int border : {-1, 0, 1}) {
+        for (const int reads : {1, 2, 3, 4}) {
+            CNodeUnderTest node("Border");
+            node.Set("border", border).Input(0, CodedImage(IMAGE_GREY_8, CSize(4, 4)));
+            node.Node().Parameters().SetEntry("abort", new CTrueLater(reads));
+            EXPECT_EQ(node.Run().HasOutput(), reads == 4) << "true at read " << reads;
+        }
+    }
+}
+
 /// The frame or the cut by the rules, element by element.
 template <class T> std::vector<T> PlainBorder(const CImage& image, std::int64_t border, T fill) {
     const std::vector<T> in = ElementsOf<T>(image);

@@ -131,6 +131,14 @@ TEST(Deserialize, FailsInItsOwnWordsInOrder) {
     EXPECT_EQ(node.Failure(), (StFailure{kWhere, CountFailure("(4, 3)", "(5, 1, 1)", "12", "5")}));
 }
 
+TEST(Deserialize, CountsNoElementsInAnEmptyImage) {
+    CNodeUnderTest node("Deserialize");
+    node.Input(0, ZeroImage(IMAGE_GREY_8, CSize(0, 3))).Input(1, ZeroImage(IMAGE_GREY_8, CSize(1, 1)));
+    EXPECT_EQ(node.Failure(), (StFailure{kWhere, CountFailure("(0, 3)", "(1, 1, 1)", "0", "1")}));
+    node.Input(0, ZeroImage(IMAGE_GREY_8, CSize(1, 1))).Input(1, ZeroImage(IMAGE_GREY_8, CSize(2, 2, 0)));
+    EXPECT_EQ(node.Failure(), (StFailure{kWhere, CountFailure("(1, 1)", "(2, 2, 0)", "1", "0")}));
+}
+
 TEST(Deserialize, ComparesProductsOfNegativeExtents) {
     CNodeUnderTest node("Deserialize");
     SetSizes(node, -4, 3, 1).Input(0, CodedImage(IMAGE_GREY_8, CSize(4, 3, 1)));

@@ -411,6 +411,23 @@ TEST(Emplace, TellsGreyAndBinaryMasksByTheirKind) {
     }
 }
 
+TEST(Emplace, TakesMasksWhoseElementsAreNoMachineWord) {
+    const IImage::CType mask("THREE_BYTES", 3, 1, true, 5);
+    for (const auto& type : {IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_GREY_64}) {
+        CNodeUnderTest node("Emplace");
+        node.Input(0, CodedImage(type, CSize(4, 1))).Input(1, CodedImage(type, CSize(4, 2)));
+        node.Input(2, MakeImage<std::uint8_t>(mask, CSize(4, 2), {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, //
+                                                                  1, 0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 255}));
+        node.Set("patch_offs_y", 1);
+        const std::unique_ptr<const IAccess> out(node.Run().Output().CreateAccess());
+        Row marked;
+        for (const std::int64_t x : {0, 1, 2, 3}) {
+            marked.push_back(static_cast<std::uint8_t>(out->Get(x, 0, 0, 0)));
+        }
+        EXPECT_EQ(marked, (Row{10, 11, 2, 13})) << type.ToString();
+    }
+}
+
 TEST(Emplace, ReadsItsParametersInRun) {
     CNodeUnderTest node("Emplace");
     node.Input(0, Bytes(2, 1, {0, 0})).Input(1, Bytes(1, 1, {7})).Run();

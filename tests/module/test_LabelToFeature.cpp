@@ -346,6 +346,8 @@ TEST(LabelToFeature, RefusesAPlaneWithoutASlice) {
     EXPECT_EQ(node.Failure(), (StFailure{kWhere, "the image has no slice"}));
     node.Input(0, Floats(1, 1, {1})).Input(1, ZeroImage(IMAGE_GREY_F, CSize(3, 3, 0)));
     EXPECT_EQ(node.Failure(), (StFailure{kWhere, "the image has no slice"}));
+    node.Input(0, ZeroImage(IMAGE_GREY_F, CSize(1, 1, 0))).Input(1, Floats(1, 1, {1}));
+    EXPECT_EQ(node.Failure(), (StFailure{kWhere, "the image has no slice"})) << "data without a slice";
 }
 
 TEST(LabelToFeature, FailsInItsOwnWordsInOrder) {

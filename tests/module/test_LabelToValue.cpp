@@ -135,6 +135,12 @@ TEST(LabelToValue, BoundsLabelsByTheMap) {
     }
 }
 
+TEST(LabelToValue, BoundsLabelsBesideANegativeZero) {
+    CNodeUnderTest node("LabelToValue");
+    node.Input(0, Floats(3, 1, {-0.0F, 5, -0.0F})).Input(1, Bytes(3, 1, {10, 11, 12}));
+    EXPECT_EQ(node.Failure(), Exceeds("5", "3"));
+}
+
 TEST(LabelToValue, NamesLargeLabels) {
     CNodeUnderTest node("LabelToValue");
     node.Input(1, Bytes(3, 1, {1, 2, 3})).Input(0, MakeImage<std::uint32_t>(IMAGE_GREY_32, CSize(1, 1), {4294967295U}));
@@ -152,6 +158,7 @@ TEST(LabelToValue, LetsTheFirstOffendingElementDecide) {
     EXPECT_EQ(node.Input(0, Floats(1, 1, {-kInfinity})).Failure(), kNegative);
     EXPECT_EQ(node.Input(0, Floats(1, 1, {-1e-45F})).Failure(), kNegative);
     EXPECT_EQ(node.Input(0, Floats(2, 1, {1.5F, kNaN})).Failure(), kNonFinite);
+    EXPECT_EQ(node.Input(0, Floats(3, 1, {1.5F, -1, kNaN})).Failure(), kNegative) << "labels before it are passed over";
     EXPECT_EQ(node.Input(0, Floats(2, 1, {99, kNaN})).Failure(), kNonFinite) << "the bound comes last";
     EXPECT_EQ(node.Input(0, Floats(1, 1, {-kNaN})).Failure(), kNonFinite) << "a NaN isn't below zero";
 }

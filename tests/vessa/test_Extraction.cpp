@@ -36,6 +36,35 @@ TEST(Extraction, TakesARectangleFromTheFirstSlice) {
     EXPECT_EQ(RectOf(*source, CRect(1, 0, 3, 2)), (std::vector<std::uint8_t>{1, 2, 11, 12}));
 }
 
+/// An image of another class than the host library's own.
+class CForeignImage : public IImage {
+public:
+    const IAccess* CreateAccess() const override { return nullptr; }
+    const IAccess* CreateAccess(bool /*checked*/) const override { return nullptr; }
+    IAccess* CreateAccess() override { return nullptr; }
+    IAccess* CreateAccess(bool /*checked*/) override { return nullptr; }
+    CImage* Clone(EnCloningStrategy /*strategy*/) const override { return nullptr; }
+    const CValueMap& Attributes() const override { return m_image.Attributes(); }
+    CValueMap& Attributes() override { return m_image.Attributes(); }
+    const CType& Type() const override { return m_image.Type(); }
+    const CSize& Size() const override { return m_image.Size(); }
+    CImage& Resize(const CSize& size, const CSize& extra) override { return m_image.Resize(size, extra); }
+    void Retype(const CType& type) override { m_image.Retype(type); }
+
+private:
+    CImage m_image{IMAGE_GREY_8, CSize(2, 1), CSize(0, 0, 0)};
+};
+
+TEST(Extraction, RefusesImagesOfOtherClasses) {
+    CForeignImage foreign;
+    CImage image(IMAGE_GREY_8, CSize(2, 1), CSize(0, 0, 0));
+    const std::string words = "only images of the class CImage can be extracted";
+    EXPECT_EQ(FailureOf([&] { CImageExtraction::Rect(image, foreign, CRect(0, 0, 2, 1)); }).what, words);
+    EXPECT_EQ(FailureOf([&] { CImageExtraction::Rect(foreign, image, CRect(0, 0, 2, 1)); }).what, words);
+    EXPECT_EQ(FailureOf([&] { CImageExtraction::Box(image, foreign, CBox(0, 0, 0, 2, 1, 1)); }).what, words);
+    EXPECT_EQ(FailureOf([&] { CImageExtraction::Box(foreign, image, CBox(0, 0, 0, 2, 1, 1)); }).what, words);
+}
+
 TEST(Extraction, CopiesABox) {
     const ImagePtr source = CodedImage(IMAGE_GREY_8, CSize(3, 3, 3));
     EXPECT_EQ(BoxOf(*source, CBox(1, 0, 1, 3, 2, 3)),

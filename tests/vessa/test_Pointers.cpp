@@ -113,6 +113,19 @@ TEST(Pointers, CopyIntoABorrowerBorrows) {
     EXPECT_EQ(deletions, 0);
 }
 
+TEST(Pointers, CopyTheirSideInformationOnlyIfAsked) {
+    int deletions = 0;
+    StCounted object(deletions);
+    Borrowed labelled(&object);
+    labelled.Meta().SetEntry("label", new CValueString(CString("object")));
+    Borrowed borrowed;
+    borrowed.Copy(labelled, EnTfOwnership::Copy, false);
+    EXPECT_EQ(borrowed.Void(), &object);
+    EXPECT_FALSE(borrowed.Meta().HasEntry("label"));
+    borrowed.Copy(labelled, EnTfOwnership::Copy, true);
+    EXPECT_EQ(borrowed.Meta().EntryString("label", ""), "object");
+}
+
 TEST(Pointers, MoveTheObjectBetweenOwners) {
     int deletions = 0;
     Owned from(new StCounted(deletions, 3));
@@ -138,6 +151,8 @@ TEST(Pointers, MoveALinkOutOfABorrowerButNotOutOfAnOwner) {
     second.Move(first);
     EXPECT_EQ(second.Void(), owned.Void());
     EXPECT_FALSE(first.IsValid());
+    second.Move(second);
+    EXPECT_EQ(second.Void(), owned.Void()) << "nothing to do";
 }
 
 TEST(Pointers, MoveFromAValueInsideTheirOwnObject) {

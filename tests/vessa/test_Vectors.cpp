@@ -33,7 +33,10 @@ TEST(Vectors, KeepWhatTheyAreGivenInOrder) {
     EXPECT_TRUE(vector.HasEntry(1, EnValType::Long));
     EXPECT_FALSE(vector.HasEntry(1, EnValType::Double));
     EXPECT_TRUE(vector.HasEntry(1, typeid(CValueLong)));
+    EXPECT_FALSE(vector.HasEntry(1, typeid(CValueDouble)));
     EXPECT_FALSE(vector.HasEntry(3));
+    EXPECT_FALSE(vector.HasEntry(3, EnValType::Long));
+    EXPECT_FALSE(vector.HasEntry(3, typeid(CValueLong)));
     EXPECT_FALSE(vector.HasEntry(-1));
     EXPECT_FALSE(vector.HasEntry("1"));
 }

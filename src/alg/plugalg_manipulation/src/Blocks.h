@@ -75,14 +75,11 @@ inline StExtents CommonRuns(const StExtents& cuboid, const StExtents& a, const S
     return {cuboid.width * cuboid.height * cuboid.depth, 1, 1};
 }
 
-/// Copies a cuboid of elements from one image into another: `in` and `out` point to its first element in images of the
-/// given extents. Rows and planes that follow one another without a gap in both images are copied as one block.
+/// Copies a cuboid, which isn't empty, from one image into another: `in` and `out` point to its first element in images
+/// of the given extents. Rows and planes that follow one another without a gap in both images are copied as one block.
 template <class T>
 void CopyCuboid(const T* in, const StExtents& inExtents, T* out, const StExtents& outExtents, const StExtents& cuboid) {
     const StExtents runs = CommonRuns(cuboid, inExtents, outExtents);
-    if (runs.width <= 0) {
-        return;
-    }
     for (std::int64_t z = 0; z < runs.depth; ++z) {
         for (std::int64_t y = 0; y < runs.height; ++y) {
             CopyElements(in + inExtents.width * (y + inExtents.height * z),

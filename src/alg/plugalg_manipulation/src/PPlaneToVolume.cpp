@@ -38,8 +38,8 @@ std::int32_t WrappedProduct(std::int32_t a, std::int32_t b) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) * static_cast<std::uint32_t>(b));
 }
 
-/// The size of the volume. Fails for a plane without elements or with more than 32 bits can count, and for a volume
-/// that the input doesn't fill.
+/// The size of the volume. Fails for a plane without elements or with more than 32 bits can count, and for one that the
+/// input doesn't fill. A count that has wrapped around is never more than the input holds.
 CSize VolumeSize(const CImage& input, const CSize& plane) {
     const CSize& size = input.Size();
     const auto width = static_cast<std::int32_t>(plane.x);
@@ -50,7 +50,7 @@ CSize VolumeSize(const CImage& input, const CSize& plane) {
     const std::int64_t planeCount = std::int64_t{width} * height;
     const bool countable = width > 0 && height > 0 && planeCount == WrappedProduct(height, width);
     const std::int64_t depth = countable ? count / planeCount : 0;
-    if (depth == 0 || (depth > 0 && static_cast<std::uint64_t>(depth * planeCount) > size.Volume())) {
+    if (depth == 0) {
         Fail(kWhere, "inconsistent image dimensions!, second image plane size must be smaller!");
     }
     return {width, height, depth};

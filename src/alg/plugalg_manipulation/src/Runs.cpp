@@ -21,14 +21,10 @@ template <class T> MANI_VECTOR_VARIANTS void MarkEnds(const T* in, std::uint8_t*
     for (std::int64_t i = 0; i + 1 < count; ++i) {
         ends[i] = BitsOf(in[i]) != BitsOf(in[i + 1]) ? 1 : 0;
     }
-    if (count > 0) {
-        ends[count - 1] = 1;
-    }
+    ends[count - 1] = 1;
 }
 
 } // namespace
-
-void MarkRunEnds(const std::uint8_t* in, std::uint8_t* ends, std::int64_t count) { MarkEnds(in, ends, count); }
 
 void MarkRunEnds(const std::uint16_t* in, std::uint8_t* ends, std::int64_t count) { MarkEnds(in, ends, count); }
 

@@ -8,9 +8,9 @@
 
 namespace QUOR::manipulation {
 
-/// Sets `ends[i]` to 1 where an element differs in its bits from the next one, else to 0. The last element is an end.
+/// Sets `ends[i]` to 1 where an element differs in its bits from the next one, else to 0. The last element is an end;
+/// there is one at least.
 /// @{
-void MarkRunEnds(const std::uint8_t* in, std::uint8_t* ends, std::int64_t count);
 void MarkRunEnds(const std::uint16_t* in, std::uint8_t* ends, std::int64_t count);
 void MarkRunEnds(const std::uint32_t* in, std::uint8_t* ends, std::int64_t count);
 void MarkRunEnds(const float* in, std::uint8_t* ends, std::int64_t count);
