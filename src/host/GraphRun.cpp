@@ -48,6 +48,9 @@ public:
         }
         RequireNoSignal();
         for (const auto& file : m_written) {
+            file->Prepare();
+        }
+        for (const auto& file : m_written) {
             file->Commit();
         }
         return std::move(m_times);
@@ -213,6 +216,7 @@ std::string TimesText(const StGraph& graph, const StGraphTimes& times) {
         widest = std::max(widest, name.size());
     }
     std::ostringstream text;
+    text.exceptions(std::ios::badbit); // raises what it would swallow: that there is no memory
     text << std::fixed << std::left << std::setw(static_cast<int>(widest)) << "work" << std::right << "    total s"
          << "   times    mean ms\n";
     for (const auto& [name, time] : rows) {

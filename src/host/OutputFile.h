@@ -37,6 +37,9 @@ public:
 
     /// Raises a `CFileError` if an earlier `Write` has failed.
     void RequireWritten() const;
+    /// Takes all that `Commit` needs: of several files that are prepared before the first one is moved, none is there
+    /// alone for want of memory. Raises a `CFileError` if that, or an earlier `Write`, fails.
+    void Prepare();
     /// Moves the file to its place, or copies it to standard output. Raises a `CFileError` if that, or an earlier
     /// `Write`, fails.
     void Commit();
@@ -46,6 +49,7 @@ public:
 
 private:
     void OpenBeside();
+    void GiveInterimName();
     void MoveToPlace();
     void CopyToStandardOutput();
     void NoteFailure() noexcept;

@@ -1,3 +1,4 @@
+#include "Errors.h"
 #include "Program.h"
 
 #include <algorithm>
@@ -34,9 +35,13 @@ bool HasColours() {
 } // namespace
 
 int main(int count, char** arguments) {
-    const vessa::StPlaces places = vessa::OwnPlaces();
-    vessa::NamePrefix(places);
-    const bool isErrTerminal = ::isatty(STDERR_FILENO) == 1;
-    return vessa::RunProgram({std::cout, std::cerr, LineWidth(), places, HasColours(), isErrTerminal},
-                             {arguments + 1, arguments + count});
+    try {
+        const vessa::StPlaces places = vessa::OwnPlaces();
+        vessa::NamePrefix(places);
+        const bool isErrTerminal = ::isatty(STDERR_FILENO) == 1;
+        return vessa::RunProgram({std::cout, std::cerr, LineWidth(), places, HasColours(), isErrTerminal},
+                                 {arguments + 1, arguments + count});
+    } catch (...) {
+        return vessa::TellHandledFailure(std::cerr);
+    }
 }

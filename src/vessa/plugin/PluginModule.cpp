@@ -5,7 +5,9 @@
 #include "base/Exception.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <dlfcn.h>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -31,8 +33,14 @@ using LibraryHandle = std::unique_ptr<void, StCloseLibrary>;
 /// The path as the loader takes it: it would look for a plain name in the system's folders.
 std::string LoaderPath(const std::string& file) { return file.find('/') == std::string::npos ? "./" + file : file; }
 
-LibraryHandle Load(const std::string& file) {
-    LibraryHandle handle(::dlopen(LoaderPath(file).c_str(), RTLD_NOW | RTLD_LOCAL));
+/// Raises `std::bad_alloc` if there was no memory for the library.
+LibraryHandle Load(const std::string& file, int mode = RTLD_NOW | RTLD_LOCAL) {
+    const std::string path = LoaderPath(file);
+    errno = 0;
+    LibraryHandle handle(::dlopen(path.c_str(), mode));
+    if (!handle && errno == ENOMEM) {
+        throw std::bad_alloc();
+    }
     if (!handle) {
         Raise(file, "the plug-in library can't be loaded: " + LoaderMessage());
     }
@@ -73,11 +81,7 @@ struct CPluginModule::StLibrary {
 
     /// An object's code is the library's, down to its destructor, so that there is no moment after which the library
     /// could be unloaded safely.
-    void StayLoaded() const {
-        if (void* again = ::dlopen(LoaderPath(file).c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD | RTLD_NODELETE)) {
-            ::dlclose(again);
-        }
-    }
+    void StayLoaded() const { Load(file, RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD | RTLD_NODELETE); }
 
     std::string file;
     LibraryHandle handle;
