@@ -24,6 +24,8 @@ public:
     /// maps on its way; a vector grows with empty slots. Null empties a vector's slot and removes a map's entry.
     /// Raises a `CException` for a key that does not fit the container and for a path through an entry that is no map.
     virtual void SetEntry(const CValue_Key& key, CValue* value) = 0;
+    /// The same, for a value that would be lost where memory for the key can't be had.
+    void SetEntry(const CValue_Key& key, std::unique_ptr<CValue> value) { SetEntry(key, value.release()); }
 
     virtual bool HasEntry(const CValue_Key& key, EnValType kind) const = 0;
     virtual bool HasEntry(const CValue_Key& key, const std::type_info& type) const = 0;

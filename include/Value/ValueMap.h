@@ -37,6 +37,7 @@ public:
 
     CValue* Entry(const CValue_Key& key, bool required) const override;
     CValue* Entry(const CValue_Key& key, bool required) override;
+    using CValueContainerBase::SetEntry;
     void SetEntry(const CValue_Key& key, CValue* value) override;
     bool HasEntry(const CValue_Key& key, EnValType kind) const override;
     bool HasEntry(const CValue_Key& key, const std::type_info& type) const override;

@@ -18,7 +18,9 @@ class CBatch {
 public:
     CBatch(const StGraph& graph, const std::vector<StJob>& jobs, const StBatchOptions& options, CProgress& progress,
            std::ostream& talk)
-        : m_graph(graph), m_jobs(jobs), m_options(options), m_progress(progress), m_talk(talk) {}
+        : m_graph(graph), m_jobs(jobs), m_options(options), m_progress(progress), m_talk(talk) {
+        m_result.times.nodes.resize(graph.nodes.size()); // a job that is done needs no more memory to be counted
+    }
 
     StBatchResult Run() {
         {

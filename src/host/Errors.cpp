@@ -4,8 +4,15 @@
 #include "ValueFile.h"
 
 #include <new>
+#include <ostream>
 
 namespace vessa {
+
+namespace {
+
+constexpr const char* kNoMemory = "the memory does not suffice";
+
+} // namespace
 
 StFailure HandledFailure() {
     try {
@@ -21,11 +28,22 @@ StFailure HandledFailure() {
     } catch (const QUOR::CImageMemoryLimit& failure) {
         return {kWorkFailed, failure.what() + std::string(kRaiseMemoryLimit)};
     } catch (const std::bad_alloc&) {
-        return {kWorkFailed, "the memory does not suffice"};
+        return {kWorkFailed, kNoMemory};
     } catch (const std::exception& failure) {
         return {kWorkFailed, failure.what()};
     } catch (...) {
         return {kWorkFailed, "a failure of unknown kind"}; // a plug-in may raise anything
+    }
+}
+
+int TellHandledFailure(std::ostream& err) {
+    try {
+        const StFailure failure = HandledFailure();
+        err << FailureLine(failure.message) << std::flush;
+        return failure.status;
+    } catch (const std::bad_alloc&) { // not even the words find room
+        err << "vessa: " << kNoMemory << '\n' << std::flush;
+        return kWorkFailed;
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iosfwd>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -42,6 +43,9 @@ struct StFailure {
 
 /// The exception that is being handled, whatever it is. To be called in a handler only.
 StFailure HandledFailure();
+
+/// Tells of the exception that is being handled on `err`, in one line, and gives the exit status.
+int TellHandledFailure(std::ostream& err);
 
 /// The line that tells of a failure: the message is kept but for line ends and what else steers a terminal, and for the
 /// middle of one that fills a screen.

@@ -5,13 +5,16 @@
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
+#include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <limits>
+#include <memory>
+#include <new>
 #include <poll.h>
 #include <pthread.h>
+#include <string_view>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 
 namespace vessa {
@@ -110,6 +113,28 @@ CHandle OpenTemporary() {
         return CHandle();
     }
     return Duplicate(file.Number());
+}
+
+std::vector<std::string> NamesIn(const std::string& folder, std::error_code& failure) {
+    struct StClose {
+        void operator()(DIR* open) const { ::closedir(open); }
+    };
+    std::vector<std::string> names;
+    const std::unique_ptr<DIR, StClose> open(::opendir(folder.c_str()));
+    if (!open && errno == ENOMEM) {
+        throw std::bad_alloc();
+    }
+    errno = open ? 0 : errno;
+    while (const dirent* entry = open ? ::readdir(open.get()) : nullptr) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") {
+            names.emplace_back(name);
+        }
+        errno = 0; // which alone tells the end from a failure
+    }
+    failure.assign(errno, std::generic_category());
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 std::string SystemMessage(int error) { return std::generic_category().message(error); }

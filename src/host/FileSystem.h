@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <string>
 #include <sys/types.h>
+#include <system_error>
 #include <utility>
+#include <vector>
 
 namespace vessa {
 
@@ -39,6 +41,10 @@ CHandle Duplicate(int number);
 /// A new file without a name in the folder for temporary files; it is gone once it is closed. Not open, with the reason
 /// in `errno`, if it can't be made.
 CHandle OpenTemporary();
+
+/// The names of what is in a folder, sorted; `failure` is set if it can't be read. The iterator of the standard library
+/// ends the process if it finds no memory.
+std::vector<std::string> NamesIn(const std::string& folder, std::error_code& failure);
 
 /// What the system says of an error number.
 std::string SystemMessage(int error);

@@ -170,6 +170,7 @@ private:
             if (m_options.isSynced) {
                 file->Sync();
             }
+            file->Prepare();
         }
         for (const auto& file : m_written) {
             file->Commit();
@@ -221,6 +222,7 @@ std::string TimesText(const StGraph& graph, const StGraphTimes& times) {
         widest = std::max(widest, name.size());
     }
     std::ostringstream text;
+    text.exceptions(std::ios::badbit); // raises what it would swallow: that there is no memory
     text << std::fixed << std::left << std::setw(static_cast<int>(widest)) << "work" << std::right << "    total s"
          << "   times    mean ms\n";
     for (const auto& [name, time] : rows) {

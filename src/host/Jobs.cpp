@@ -1,11 +1,12 @@
 #include "Jobs.h"
 
 #include "Errors.h"
+#include "FileSystem.h"
 #include "Text.h"
 
 #include <algorithm>
 #include <filesystem>
-#include <glob.h>
+#include <fnmatch.h>
 #include <map>
 #include <set>
 
@@ -51,36 +52,58 @@ template <class Ports> std::size_t IndexOf(const Ports& ports, const std::string
 }
 
 /// True for a regular file, and for a link that leads to nothing: what is wrong with it is told once it is read.
-bool MayBeRead(const fs::directory_entry& entry) {
+bool MayBeRead(const fs::path& file) {
     std::error_code ignored;
-    const fs::file_type type = entry.status(ignored).type();
+    const fs::file_type type = fs::status(file, ignored).type();
     return type == fs::file_type::regular || type == fs::file_type::none || type == fs::file_type::not_found;
 }
 
 std::vector<std::string> FilesInFolder(const std::string& folder) {
     std::vector<std::string> files;
     std::error_code failure;
-    for (fs::directory_iterator entry(folder, failure); !failure && entry != fs::directory_iterator();
-         entry.increment(failure)) {
-        const std::string name = entry->path().filename().string();
-        if (!name.starts_with('.') && FormatOf(name) && MayBeRead(*entry)) {
-            files.push_back(entry->path().string());
+    for (const std::string& name : NamesIn(folder, failure)) {
+        const fs::path file = fs::path(folder) / name;
+        if (!name.starts_with('.') && FormatOf(name) && MayBeRead(file)) {
+            files.push_back(file.string());
         }
     }
     if (failure) {
         FailToRead(folder, failure);
     }
-    std::sort(files.begin(), files.end());
     return files;
 }
 
-std::vector<std::string> FilesOfPattern(const std::string& pattern) {
-    glob_t found{};
-    std::vector<std::string> files;
-    if (::glob(pattern.c_str(), 0, nullptr, &found) == 0) { // sorted
-        files.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
+/// What is in a folder under names of this form. What can't be read holds nothing.
+std::vector<fs::path> MatchesIn(const fs::path& folder, const std::string& form) {
+    std::error_code ignored;
+    std::vector<fs::path> matches;
+    if (form.find_first_of("*?[\\") == std::string::npos) {
+        if (fs::exists(fs::symlink_status(folder / form, ignored))) {
+            matches.push_back(folder / form);
+        }
+        return matches;
     }
-    ::globfree(&found);
+    for (const std::string& name : NamesIn(folder.empty() ? "." : folder.string(), ignored)) {
+        if (::fnmatch(form.c_str(), name.c_str(), FNM_PERIOD) == 0) {
+            matches.push_back(folder / name);
+        }
+    }
+    return matches;
+}
+
+/// As `glob` gives them, which frees a block twice if it finds no memory.
+std::vector<std::string> FilesOfPattern(const fs::path& pattern) {
+    std::vector<fs::path> found{pattern.root_path()};
+    for (const fs::path& form : pattern.relative_path()) {
+        std::vector<fs::path> next;
+        for (const fs::path& folder : found) {
+            const std::vector<fs::path> matches = MatchesIn(folder, form.string());
+            next.insert(next.end(), matches.begin(), matches.end());
+        }
+        found = std::move(next);
+    }
+    std::vector<std::string> files(found.begin(), found.end());
+    std::sort(files.begin(), files.end());
     return files;
 }
 

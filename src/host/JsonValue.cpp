@@ -5,9 +5,11 @@
 #include "ValueFile.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <vector>
 
 namespace vessa {
@@ -29,47 +31,48 @@ constexpr const char* kTooDeep = "maps and vectors are nested deeper than 64 lev
 
 static_assert(kMostLevels == 64, "the message names the limit");
 
-bool IsUtf8(const std::string& text) {
-    try {
-        static_cast<void>(json(text).dump());
-        return true;
-    } catch (const json::type_error&) {
-        return false;
-    }
-}
+const char* WordOf(double number) { return std::isnan(number) ? "nan" : number > 0 ? "inf" : "-inf"; }
 
-/// Turns values into JSON and knows the path of the value at hand.
+/// Writes values as JSON and knows the path of the value at hand. The parser's library writes the scalars only: a tree
+/// of its values takes memory while it is destroyed, and ends the process if there is none.
 class CJsonWriter {
 public:
-    explicit CJsonWriter(const std::string& where) : m_where(where) {}
+    CJsonWriter(const std::string& where, const StJsonForm& form) : m_where(where), m_form(form) {}
 
-    json Map(const CValueMap& map) {
-        Enter(map);
-        json object = json::object();
+    void Map(const CValueMap& map) {
+        RequireNoMeta(map);
+        std::map<std::string, std::pair<CValue_Key, const CValue*>> entries; // in the order of their names in the text
         for (const auto& [key, value] : map) {
-            m_path.push_back(key.IsIndex() ? std::to_string(key.Index()) : key.Text());
-            object[Key(key)] = Value(*value);
-            m_path.pop_back();
+            entries.emplace(JsonFromKey(key), std::pair(key, value));
         }
-        --m_levels;
-        return object;
+        Enter();
+        Block('{', '}', entries, [this](const auto& entry) {
+            const auto& [key, value] = entry.second;
+            m_path.push_back(key.IsIndex() ? std::to_string(key.Index()) : key.Text());
+            Name(entry.first);
+            Value(*value);
+            m_path.pop_back();
+        });
     }
+
+    std::string TakeText() { return std::move(m_text); }
 
 private:
-    json Vector(const QUOR::CValueVector& vector) {
-        Enter(vector);
-        json array = json::array();
-        for (unsigned i = 0; i < vector.Size(); ++i) {
-            m_path.push_back(std::to_string(i));
-            const CValue* value = vector.Entry(static_cast<long long>(i), false);
-            array.push_back(value == nullptr ? json() : Value(*value));
-            m_path.pop_back();
+    void Vector(const QUOR::CValueVector& vector) {
+        RequireNoMeta(vector);
+        std::vector<const CValue*> entries;
+        for (unsigned index = 0; index < vector.Size(); ++index) {
+            entries.push_back(vector.Entry(static_cast<long long>(index), false));
         }
-        --m_levels;
-        return array;
+        Enter();
+        Block('[', ']', entries, [this, index = 0](const CValue* value) mutable {
+            m_path.push_back(std::to_string(index++));
+            value == nullptr ? Scalar(nullptr) : Value(*value);
+            m_path.pop_back();
+        });
     }
 
-    json Value(const CValue& value) {
+    void Value(const CValue& value) {
         switch (value.GenericType()) {
         case EnValType::Map:
             return Map(*value.Map());
@@ -79,50 +82,77 @@ private:
             Fail("is a pointer: JSON holds booleans, numbers, texts, maps and vectors");
         default:
             RequireNoMeta(value);
-            return Scalar(value);
+            return Plain(value);
         }
     }
 
-    json Scalar(const CValue& value) {
+    void Plain(const CValue& value) {
         switch (value.GenericType()) {
         case EnValType::Bool:
-            return value.Bool();
+            return Scalar(value.Bool());
         case EnValType::Long:
-            return value.Long();
+            return Scalar(value.Long());
         case EnValType::Double:
             return Number(value.Double());
         default:
-            if (!IsUtf8(value.String().Text())) {
-                Fail("is a text that isn't UTF-8");
-            }
-            return value.String().Text();
+            return Text(value.String().Text(), "is a text that isn't UTF-8");
         }
     }
 
-    json Number(double number) const {
-        if (!std::isfinite(number)) {
-            RequireRoom(); // its form is a level of its own
+    void Number(double number) {
+        if (std::isfinite(number)) {
+            return Scalar(number);
         }
-        return JsonFromNumber(number);
+        Enter(); // its form is a level of its own
+        Block('{', '}', std::array{WordOf(number)}, [this](const char* word) {
+            Name(kDouble);
+            Scalar(word);
+        });
     }
 
-    std::string Key(const CValue_Key& key) {
-        if (!key.IsIndex() && !IsUtf8(key.Text())) {
-            Fail("has a key that isn't UTF-8");
+    void Name(const std::string& name) {
+        Text(name, "has a key that isn't UTF-8");
+        m_text += m_form.indent < 0 ? ":" : ": ";
+    }
+
+    void Text(const std::string& text, const char* failure) {
+        try {
+            Scalar(text);
+        } catch (const json::type_error&) {
+            Fail(failure);
         }
-        return JsonFromKey(key);
     }
 
-    void Enter(const CValue& container) {
-        RequireNoMeta(container);
-        RequireRoom();
-        ++m_levels;
+    void Scalar(const json& value) { m_text += value.dump(-1, ' ', m_form.ascii); }
+
+    /// The entries of a map or a vector, each as `write` writes it.
+    template <class Entries, class Write> void Block(char open, char close, const Entries& entries, Write write) {
+        m_text += open;
+        for (const char* comma = ""; const auto& entry : entries) {
+            m_text += comma;
+            comma = ",";
+            BreakLine();
+            write(entry);
+        }
+        --m_levels;
+        if (!entries.empty()) {
+            BreakLine();
+        }
+        m_text += close;
     }
 
-    void RequireRoom() const {
+    void BreakLine() {
+        if (m_form.indent >= 0) {
+            m_text += '\n';
+            m_text.append(m_levels * static_cast<std::size_t>(m_form.indent), ' ');
+        }
+    }
+
+    void Enter() {
         if (m_levels == kMostLevels) {
             throw CFileError(m_where + ": " + kTooDeep);
         }
+        ++m_levels;
     }
 
     void RequireNoMeta(const CValue& value) {
@@ -140,6 +170,8 @@ private:
     }
 
     const std::string& m_where;
+    const StJsonForm& m_form;
+    std::string m_text;
     std::vector<std::string> m_path;
     std::size_t m_levels = 0;
 };
@@ -348,7 +380,7 @@ json JsonFromNumber(double number) {
     if (std::isfinite(number)) {
         return number;
     }
-    return json{{kDouble, std::isnan(number) ? "nan" : number > 0 ? "inf" : "-inf"}};
+    return json{{kDouble, WordOf(number)}};
 }
 
 std::string JsonFromKey(const CValue_Key& key) {
@@ -358,7 +390,11 @@ std::string JsonFromKey(const CValue_Key& key) {
     return key.Text().starts_with('$') && key.Text() != kSchema ? '$' + key.Text() : key.Text();
 }
 
-json JsonFromMap(const CValueMap& map, const std::string& where) { return CJsonWriter(where).Map(map); }
+std::string JsonFromMap(const CValueMap& map, const std::string& where, const StJsonForm& form) {
+    CJsonWriter writer(where, form);
+    writer.Map(map);
+    return writer.TakeText();
+}
 
 std::unique_ptr<CValueMap> MapFromJson(std::string_view text, const std::string& where) {
     CJsonReader reader(text, where);

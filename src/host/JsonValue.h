@@ -22,9 +22,15 @@ nlohmann::json JsonFromNumber(double number);
 std::string JsonFromKey(const QUOR::CValue_Key& key);
 /// @}
 
-/// The JSON of a map. Raises a `CFileError`, whose text begins with `where`, for what JSON can't hold: pointers, texts
-/// that aren't UTF-8, and side information of values.
-nlohmann::json JsonFromMap(const QUOR::CValueMap& map, const std::string& where);
+/// How a JSON text is written.
+struct StJsonForm {
+    int indent = -1;    ///< blanks for each level; -1 puts all into one line
+    bool ascii = false; ///< other letters are escaped
+};
+
+/// The JSON text of a map. Raises a `CFileError`, whose text begins with `where`, for what JSON can't hold: pointers,
+/// texts that aren't UTF-8, and side information of values.
+std::string JsonFromMap(const QUOR::CValueMap& map, const std::string& where, const StJsonForm& form = {});
 
 /// The map of a JSON text. Raises a `CFileError`, whose text begins with `where`, for a text that is no JSON object
 /// and for what `JsonFromMap` would not write.

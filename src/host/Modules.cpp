@@ -1,6 +1,7 @@
 #include "Modules.h"
 
 #include "Errors.h"
+#include "FileSystem.h"
 #include "Text.h"
 
 #include <algorithm>
@@ -93,17 +94,11 @@ void CModules::AddPath(const fs::path& path, bool asked) {
 }
 
 void CModules::AddFolder(const fs::path& folder) {
-    std::vector<fs::path> files;
-    std::error_code failure; // a folder that can't be read holds nothing
-    for (fs::directory_iterator entry(folder, failure); !failure && entry != fs::directory_iterator();
-         entry.increment(failure)) {
-        if (entry->path().extension() == ".so") {
-            files.push_back(entry->path());
+    std::error_code ignored; // a folder that can't be read holds nothing
+    for (const fs::path name : NamesIn(folder.string(), ignored)) {
+        if (name.extension() == ".so") {
+            AddFile(folder / name, false);
         }
-    }
-    std::sort(files.begin(), files.end());
-    for (const fs::path& file : files) {
-        AddFile(file, false);
     }
 }
 

@@ -17,7 +17,7 @@ EnValType KindNamed(const std::string& word) {
 }
 
 void Place(const std::string& key, std::unique_ptr<CValue> value, CValueMap& parameters) {
-    parameters.SetEntry(CValue_Key(key), value.release());
+    parameters.SetEntry(CValue_Key(key), std::move(value));
 }
 
 } // namespace

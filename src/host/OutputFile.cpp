@@ -3,13 +3,13 @@
 #include "ValueFile.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 namespace vessa {
 
@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kChunk = std::size_t{1} << 18;
+constexpr std::size_t kChunk = std::size_t{1} << 16; // of a pipe
 constexpr const char* kOwnHandles = "/proc/self/fd/";
 
 [[noreturn]] void FailToWrite(const std::string& name, const std::string& reason) {
@@ -128,8 +128,16 @@ void COutputFile::RequireWritten() const {
     }
 }
 
-void COutputFile::Commit() {
+void COutputFile::Prepare() {
     RequireWritten();
+    if (!m_place.empty() && m_interim.empty()) {
+        GiveInterimName();
+        RequireWritten();
+    }
+}
+
+void COutputFile::Commit() {
+    Prepare();
     m_place.empty() ? CopyToStandardOutput() : MoveToPlace();
     RequireWritten();
 }
@@ -141,14 +149,18 @@ void COutputFile::Sync() {
     RequireWritten();
 }
 
-void COutputFile::MoveToPlace() {
+void COutputFile::GiveInterimName() {
+    const std::string self = kOwnHandles + std::to_string(m_handle.Number());
+    m_interim = NewNameBeside(m_place, [&](const std::string& path) {
+        return ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+    });
     if (m_interim.empty()) {
-        const std::string self = kOwnHandles + std::to_string(m_handle.Number());
-        m_interim = NewNameBeside(m_place, [&](const std::string& path) {
-            return ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
-        });
+        NoteFailure();
     }
-    if (m_interim.empty() || !m_handle.Close() || ::rename(m_interim.c_str(), m_place.c_str()) != 0) {
+}
+
+void COutputFile::MoveToPlace() {
+    if (!m_handle.Close() || ::rename(m_interim.c_str(), m_place.c_str()) != 0) {
         NoteFailure();
     } else {
         m_interim.clear();
@@ -156,7 +168,7 @@ void COutputFile::MoveToPlace() {
 }
 
 void COutputFile::CopyToStandardOutput() {
-    std::vector<unsigned char> chunk(kChunk);
+    std::array<unsigned char, kChunk> chunk; // NOLINT(cppcoreguidelines-pro-type-member-init): filled below
     for (std::uint64_t done = 0; m_error == 0 && done < m_size;) {
         const std::size_t count = Read(done, chunk.data(), chunk.size());
         if (count == 0 || !WriteStream(STDOUT_FILENO, chunk.data(), count)) {

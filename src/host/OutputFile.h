@@ -41,6 +41,9 @@ public:
     /// standard output. Raises a `CFileError` if that, or an earlier `Write`, fails. It costs the time of the disk, so
     /// that it is for files whose names are trusted later.
     void Sync();
+    /// Takes all that `Commit` needs: of several files that are prepared before the first one is moved, none is there
+    /// alone for want of memory. Raises a `CFileError` if that, or an earlier `Write`, fails.
+    void Prepare();
     /// Moves the file to its place, or copies it to standard output. Raises a `CFileError` if that, or an earlier
     /// `Write`, fails.
     void Commit();
@@ -50,6 +53,7 @@ public:
 
 private:
     void OpenBeside();
+    void GiveInterimName();
     void MoveToPlace();
     void CopyToStandardOutput();
     void NoteFailure() noexcept;

@@ -26,6 +26,7 @@ void NamePrefix(const StPlaces& places) { ::setenv("QUORDIR", places.prefix.c_st
 std::vector<std::string> PathList(const char* variable) {
     const char* value = std::getenv(variable);
     std::istringstream list(value == nullptr ? "" : value);
+    list.exceptions(std::ios::badbit); // raises what it would swallow: that there is no memory
     std::vector<std::string> paths;
     for (std::string path; std::getline(list, path, ':');) {
         if (!path.empty()) {

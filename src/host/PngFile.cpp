@@ -7,6 +7,7 @@
 #include <bit>
 #include <csetjmp>
 #include <cstdio>
+#include <cstdlib>
 #include <new>
 #include <png.h>
 #include <string_view>
@@ -27,6 +28,7 @@ constexpr png_uint_32 kMostExtent = 0x7fffffff; // of the format
 template <class File> struct StStream {
     File& file;
     std::uint64_t position = 0;
+    bool lacksMemory = false; ///< an allocation has failed
     std::array<char, 256> message{};
 };
 
@@ -36,6 +38,16 @@ template <class Stream> [[noreturn]] void OnError(png_structp png, png_const_cha
     std::snprintf(message.data(), message.size(), "%s", text);
     png_longjmp(png, 1);
 }
+
+template <class Stream> png_voidp OnAllocate(png_structp png, png_alloc_size_t size) {
+    void* block = std::malloc(size);
+    if (block == nullptr) {
+        static_cast<Stream*>(png_get_mem_ptr(png))->lacksMemory = true;
+    }
+    return block;
+}
+
+void OnFree(png_structp /*png*/, png_voidp block) { std::free(block); }
 
 void OnWarning(png_structp /*png*/, png_const_charp /*text*/) {}
 
@@ -56,10 +68,13 @@ void OnWrite(png_structp png, png_bytep data, std::size_t count) {
 
 void OnFlush(png_structp /*png*/) {}
 
-/// Runs calls of libpng; false if one of them failed. A failure jumps out of `work`, so that no object with a
-/// destructor may live in it.
-template <class Work> bool Guarded(png_structp png, const Work& work) {
+/// Runs calls of libpng; false if one of them failed, `std::bad_alloc` if that was for want of memory. A failure jumps
+/// out of `work`, so that no object with a destructor may live in it.
+template <class Stream, class Work> bool Guarded(png_structp png, const Stream& stream, const Work& work) {
     if (setjmp(png_jmpbuf(png)) != 0) {
+        if (stream.lacksMemory) {
+            throw std::bad_alloc();
+        }
         return false;
     }
     work();
@@ -70,7 +85,9 @@ template <class Work> bool Guarded(png_structp png, const Work& work) {
 class CPngReader {
 public:
     explicit CPngReader(const CInputFile& file) : m_stream{file} {
-        m_png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &m_stream, &OnError<decltype(m_stream)>, &OnWarning);
+        using Stream = decltype(m_stream);
+        m_png = png_create_read_struct_2(PNG_LIBPNG_VER_STRING, &m_stream, &OnError<Stream>, &OnWarning, &m_stream,
+                                         &OnAllocate<Stream>, &OnFree);
         m_info = m_png == nullptr ? nullptr : png_create_info_struct(m_png);
         if (m_info == nullptr) {
             png_destroy_read_struct(&m_png, nullptr, nullptr);
@@ -84,7 +101,7 @@ public:
 
     /// `work` gets the objects of libpng, see `Guarded`.
     template <class Work> void Do(const Work& work) {
-        if (!Guarded(m_png, [&] { work(m_png, m_info); })) {
+        if (!Guarded(m_png, m_stream, [&] { work(m_png, m_info); })) {
             m_stream.file.Fail("the PNG data are damaged: " + Printable(m_stream.message.data()));
         }
     }
@@ -99,7 +116,9 @@ private:
 class CPngWriter {
 public:
     explicit CPngWriter(COutputFile& file) : m_stream{file} {
-        m_png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &m_stream, &OnError<decltype(m_stream)>, &OnWarning);
+        using Stream = decltype(m_stream);
+        m_png = png_create_write_struct_2(PNG_LIBPNG_VER_STRING, &m_stream, &OnError<Stream>, &OnWarning, &m_stream,
+                                          &OnAllocate<Stream>, &OnFree);
         m_info = m_png == nullptr ? nullptr : png_create_info_struct(m_png);
         if (m_info == nullptr) {
             png_destroy_write_struct(&m_png, nullptr);
@@ -112,7 +131,7 @@ public:
     ~CPngWriter() { png_destroy_write_struct(&m_png, &m_info); }
 
     template <class Work> void Do(const Work& work) {
-        if (!Guarded(m_png, [&] { work(m_png, m_info); })) {
+        if (!Guarded(m_png, m_stream, [&] { work(m_png, m_info); })) {
             m_stream.file.Fail(Printable(m_stream.message.data()));
         }
     }

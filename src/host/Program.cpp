@@ -111,23 +111,17 @@ void Dispatch(const StContext& context, const Arguments& arguments) {
     }
 }
 
-int Fail(const StContext& context, int status, const std::string& message) {
-    context.err << FailureLine(message) << std::flush;
-    return status;
-}
-
 } // namespace
 
 int RunProgram(const StContext& context, const Arguments& arguments) {
     try {
         Dispatch(context, arguments);
         if (!context.out.flush()) {
-            return Fail(context, kWorkFailed, "the results can't be written to standard output");
+            throw CWorkError("the results can't be written to standard output");
         }
         return kDone;
     } catch (...) {
-        const StFailure failure = HandledFailure();
-        return Fail(context, failure.status, failure.message);
+        return TellHandledFailure(context.err);
     }
 }
 

@@ -29,6 +29,7 @@ void WriteDuration(std::ostream& out, double seconds) {
 
 std::string ProgressLine(std::size_t done, std::size_t total, double seconds, std::size_t width) {
     std::ostringstream figures;
+    figures.exceptions(std::ios::badbit); // raises what it would swallow: that there is no memory
     figures << " " << done << "/" << total;
     if (done > 0 && seconds > 0) {
         const double rate = static_cast<double>(done) / seconds;

@@ -7,8 +7,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -35,7 +37,38 @@ template <class File> struct StStream {
     std::array<char, 256> message{};
 };
 
+/// What a call of libtiff gives. Without memory it goes on without what a page tells, or calls the data damaged, or
+/// stumbles over a list of fields that it couldn't lengthen. So there must be some room before, and no allocation may
+/// have left its mark after.
+template <class Call> auto WithMemory(const Call& call) {
+    constexpr std::size_t room = 1 << 16;
+    void* volatile block = std::malloc(room); // or else the compiler would see that nobody uses it
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    std::free(block);
+    errno = 0;
+    auto result = call();
+    if (errno == ENOMEM) {
+        throw std::bad_alloc();
+    }
+    return result;
+}
+
+/// Leaves an earlier mark of a failed allocation as it is.
+class CKeptErrno {
+public:
+    CKeptErrno() = default;
+    CKeptErrno(const CKeptErrno&) = delete;
+    CKeptErrno& operator=(const CKeptErrno&) = delete;
+    ~CKeptErrno() { errno = m_number; }
+
+private:
+    int m_number = errno;
+};
+
 template <class Stream> int OnError(TIFF* /*tiff*/, void* user, const char* module, const char* format, va_list args) {
+    const CKeptErrno kept;
     auto& message = static_cast<Stream*>(user)->message;
     if (message.front() == '\0') {
         const int prefix = std::snprintf(message.data(), message.size(), "%.60s: ", module == nullptr ? "" : module);
@@ -53,6 +86,7 @@ template <class Stream> int OnWarning(TIFF* tiff, void* user, const char* module
 }
 
 template <class Stream> tmsize_t OnRead(thandle_t handle, void* data, tmsize_t count) {
+    const CKeptErrno kept;
     auto& stream = *static_cast<Stream*>(handle);
     const std::size_t read = stream.file.Read(stream.position, data, static_cast<std::size_t>(count));
     stream.position += read;
@@ -60,6 +94,7 @@ template <class Stream> tmsize_t OnRead(thandle_t handle, void* data, tmsize_t c
 }
 
 tmsize_t OnWrite(thandle_t handle, void* data, tmsize_t count) {
+    const CKeptErrno kept;
     auto& stream = *static_cast<StStream<COutputFile>*>(handle);
     if (!stream.file.Write(stream.position, data, static_cast<std::size_t>(count))) {
         return 0;
@@ -103,8 +138,10 @@ TiffHandle Open(Stream& stream, const char* mode, TIFFReadWriteProc write, std::
     TIFFOpenOptionsSetErrorHandlerExtR(options.get(), &OnError<Stream>, &stream);
     TIFFOpenOptionsSetWarningHandlerExtR(options.get(), &OnWarning<Stream>, &stream);
     TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), static_cast<tmsize_t>(mostAtOnce));
-    return TiffHandle(TIFFClientOpenExt("TIFF", mode, &stream, &OnRead<Stream>, write, &OnSeek<Stream>, &OnClose,
-                                        &OnSize<Stream>, nullptr, nullptr, options.get()));
+    return WithMemory([&] {
+        return TiffHandle(TIFFClientOpenExt("TIFF", mode, &stream, &OnRead<Stream>, write, &OnSeek<Stream>, &OnClose,
+                                            &OnSize<Stream>, nullptr, nullptr, options.get()));
+    });
 }
 
 /// How a page's pixels are kept. Pages of one image agree in it, but may be compressed and arranged differently.
@@ -274,7 +311,7 @@ public:
         if (TIFFLastDirectory(m_tiff.get()) != 0) {
             return false;
         }
-        if (TIFFReadDirectory(m_tiff.get()) == 0) {
+        if (WithMemory([this] { return TIFFReadDirectory(m_tiff.get()); }) == 0) {
             Fail(); // also for a chain of pages that bites its tail
         }
         ++m_page;
@@ -283,7 +320,7 @@ public:
     }
 
     void FirstPage() {
-        if (TIFFSetDirectory(m_tiff.get(), 0) == 0) {
+        if (WithMemory([this] { return TIFFSetDirectory(m_tiff.get(), 0); }) == 0) {
             Fail();
         }
         m_page = 1;
@@ -503,10 +540,10 @@ void CTiffReader::Decode(const StBlock& block, std::uint16_t channel, unsigned c
     m_stream.decoding = true;
     if (TIFFIsTiled(m_tiff.get()) != 0) {
         const std::uint32_t tile = TIFFComputeTile(m_tiff.get(), block.column, block.row, 0, channel);
-        done = TIFFReadEncodedTile(m_tiff.get(), tile, data, wanted);
+        done = WithMemory([=, this] { return TIFFReadEncodedTile(m_tiff.get(), tile, data, wanted); });
     } else {
         const std::uint32_t strip = TIFFComputeStrip(m_tiff.get(), block.row, channel);
-        done = TIFFReadEncodedStrip(m_tiff.get(), strip, data, wanted);
+        done = WithMemory([=, this] { return TIFFReadEncodedStrip(m_tiff.get(), strip, data, wanted); });
     }
     m_stream.decoding = false;
     if (done != wanted || m_stream.message.front() != '\0') {
@@ -522,12 +559,16 @@ struct StDescription {
 };
 
 /// True for a description that `WriteTiff` has left: a JSON object with the key "vessa". All others are texts of
-/// other programs. Deeper levels are dropped while they are parsed, so that no text can take much memory.
+/// other programs. Nothing is kept of what is parsed, so that no text can take much memory.
 bool IsOurs(const std::string& description) {
     using nlohmann::json;
-    const auto top = [](int depth, json::parse_event_t /*event*/, json& /*value*/) { return depth <= 1; };
-    const json parsed = json::parse(description, top, false);
-    return parsed.is_object() && parsed.contains("vessa");
+    bool hasKey = false;
+    const auto note = [&](int depth, json::parse_event_t event, const json& value) {
+        hasKey = hasKey ||
+                 (depth == 1 && event == json::parse_event_t::key && value.get_ref<const std::string&>() == "vessa");
+        return false;
+    };
+    return !json::parse(description, note, false).is_discarded() && hasKey;
 }
 
 /// The description of the first page, nothing for one of another program; `possible` are the types of the pixels.
@@ -580,10 +621,11 @@ CSize SizeOf(const StPixels& pixels, std::int64_t pages, int dimensions) {
 /// The description as JSON of ASCII characters only, the one set that every reader of TIFF files knows.
 std::string DescriptionOf(const CImage& image, const std::string& file) {
     QUOR::CValueMap map;
-    map.SetEntry("vessa/type", new QUOR::CValueString(QUOR::CString(image.Type().ToString())));
-    map.SetEntry("vessa/dimensions", new QUOR::CValueLong(image.Size().dim == 2 ? 2 : 3));
-    map.SetEntry("vessa/attributes", image.Attributes().Clone(QUOR::EnTfOwnership::Link));
-    return JsonFromMap(map, file + ": the attributes").dump(-1, ' ', true);
+    map.SetEntry("vessa/type", std::make_unique<QUOR::CValueString>(QUOR::CString(image.Type().ToString())));
+    map.SetEntry("vessa/dimensions", std::make_unique<QUOR::CValueLong>(image.Size().dim == 2 ? 2 : 3));
+    map.SetEntry("vessa/attributes",
+                 std::unique_ptr<QUOR::CValue>(image.Attributes().Clone(QUOR::EnTfOwnership::Link)));
+    return JsonFromMap(map, file + ": the attributes", {.ascii = true});
 }
 
 /// Writes the pages of an image: its description, its pixels in strips, its slices.
@@ -608,7 +650,7 @@ public:
                 WriteStrip(strip++, firstRow + row, std::min(stripRows, height - row));
             }
         }
-        Require(TIFFWriteDirectory(m_tiff.get()) != 0);
+        Require(WithMemory([this] { return TIFFWriteDirectory(m_tiff.get()); }) != 0);
     }
 
 private:
@@ -620,7 +662,7 @@ private:
     }
 
     template <class Value> void Set(std::uint32_t tag, Value value) {
-        Require(TIFFSetField(m_tiff.get(), tag, value) != 0);
+        Require(WithMemory([=, this] { return TIFFSetField(m_tiff.get(), tag, value); }) != 0);
     }
 
     void SetFields(bool first) {
@@ -655,7 +697,7 @@ private:
             source += row * RowBytes();
         }
         const auto bytes = static_cast<tmsize_t>(rows * RowBytes());
-        Require(TIFFWriteRawStrip(m_tiff.get(), strip, source, bytes) == bytes);
+        Require(WithMemory([=, this] { return TIFFWriteRawStrip(m_tiff.get(), strip, source, bytes); }) == bytes);
     }
 
     void Require(bool done) const {

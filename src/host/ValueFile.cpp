@@ -140,7 +140,7 @@ EnFormat ChosenFormat(const std::string& file, bool isImage, const StWriteOption
 }
 
 std::unique_ptr<COutputFile> StageMap(const std::string& file, const QUOR::CValueMap& map) {
-    const std::string text = JsonFromMap(map, Shown(file, kStandardOutput)).dump(2) + "\n";
+    const std::string text = JsonFromMap(map, Shown(file, kStandardOutput), {.indent = 2}) + "\n";
     auto output = std::make_unique<COutputFile>(file);
     output->Append(text.data(), text.size());
     output->RequireWritten();

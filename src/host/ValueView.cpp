@@ -263,7 +263,7 @@ StValueView ViewOf(const CValue& value) {
     if (value.GenericType() == EnValType::Map) {
         StValueView view;
         view.facts = "map";
-        view.json = JsonFromMap(*value.Map(), "a map to be shown").dump(2);
+        view.json = JsonFromMap(*value.Map(), "a map to be shown", {.indent = 2});
         return view;
     }
     return ImageView(*UnwrapPointer<CImage>(&value));

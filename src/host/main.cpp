@@ -1,3 +1,4 @@
+#include "Errors.h"
 #include "Program.h"
 
 #include <algorithm>
@@ -36,9 +37,13 @@ bool HasColours() {
 
 int main(int count, char** arguments) {
     std::signal(SIGXFSZ, SIG_IGN); // writing past the limit of a file's size is a failure to tell of, not the end
-    const vessa::StPlaces places = vessa::OwnPlaces();
-    vessa::NamePrefix(places);
-    const bool isErrTerminal = ::isatty(STDERR_FILENO) == 1;
-    return vessa::RunProgram({std::cout, std::cerr, LineWidth(), places, HasColours(), isErrTerminal},
-                             {arguments + 1, arguments + count});
+    try {
+        const vessa::StPlaces places = vessa::OwnPlaces();
+        vessa::NamePrefix(places);
+        const bool isErrTerminal = ::isatty(STDERR_FILENO) == 1;
+        return vessa::RunProgram({std::cout, std::cerr, LineWidth(), places, HasColours(), isErrTerminal},
+                                 {arguments + 1, arguments + count});
+    } catch (...) {
+        return vessa::TellHandledFailure(std::cerr);
+    }
 }

@@ -7,26 +7,26 @@ namespace QUOR::shapefeatures {
 namespace {
 
 void SetText(CValueMap& map, const char* key, const std::string& text) {
-    map.SetEntry(key, new CValueString(CString(text)));
+    map.SetEntry(key, std::make_unique<CValueString>(CString(text)));
 }
 
 /// Adds an image and gives its section of the text.
 std::string AddInput(CValueMap& inputs, const char* key, const char* label) {
-    auto* image = new CValueOwnedPointer<CImage>(nullptr, 1);
-    inputs.SetEntry(key, image);
+    auto image = std::make_unique<CValueOwnedPointer<CImage>>(nullptr, 1);
     SetText(image->Meta(), "label", label);
-    image->Meta().SetEntry("optional", new CValueBool(false));
+    image->Meta().SetEntry("optional", std::make_unique<CValueBool>(false));
+    inputs.SetEntry(key, std::move(image));
     return std::string("\nINPUT ") + key + "\n" + label + "\n";
 }
 
 /// Adds a feature and gives its section of the text.
 std::string AddOutput(CValueMap& outputs, int index, const StFeatureText& text) {
     const std::string number = std::to_string(index);
-    auto* feature = new CValueDouble;
-    outputs.SetEntry(CValue_Key(number), feature);
+    auto feature = std::make_unique<CValueDouble>();
     SetText(feature->Meta(), "label", text.label);
     SetText(feature->Meta(), "unit", text.unit);
     SetText(feature->Meta(), "desc", text.definition);
+    outputs.SetEntry(CValue_Key(number), std::move(feature));
     return "\nOUTPUT " + number + "\n" + text.label + ", in " + text.unit + ": " + text.definition + "\n";
 }
 
@@ -36,7 +36,7 @@ void CFeaturePlugin::GetPluginSetup(CValueMap& setup) {
     SetText(setup, "pluginType", "Feature");
     SetText(setup, "subType", "Region");
     SetText(setup, "name", m_name);
-    setup.SetEntry("parameters", new CValueMap);
+    setup.SetEntry("parameters", std::make_unique<CValueMap>());
     auto inputs = std::make_unique<CValueMap>();
     auto outputs = std::make_unique<CValueMap>();
     std::string text = std::string("BRIEF\n") + m_brief + "\n";
@@ -46,8 +46,8 @@ void CFeaturePlugin::GetPluginSetup(CValueMap& setup) {
         text += AddOutput(*outputs, index, Text(index));
     }
     text += "\nNOTE\nWithout an element in the mask every feature is 0.\n";
-    setup.SetEntry("inputs", inputs.release());
-    setup.SetEntry("outputs", outputs.release());
+    setup.SetEntry("inputs", std::move(inputs));
+    setup.SetEntry("outputs", std::move(outputs));
     SetText(setup, "description", text);
 }
 

@@ -60,7 +60,7 @@ public:
         for (const StFeature<Measures>& feature : m_table) {
             features->PushBack(new CValueDouble(feature.value(measures)));
         }
-        data.SetEntry("Features", features.release());
+        data.SetEntry("Features", std::move(features));
     }
 
 private:

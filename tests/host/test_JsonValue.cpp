@@ -17,7 +17,7 @@ using QUOR::CValueVector;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-std::string Text(const CValueMap& map) { return JsonFromMap(map, "x.json").dump(); }
+std::string Text(const CValueMap& map) { return JsonFromMap(map, "x.json"); }
 
 /// The map of a text; fails the test and gives an empty one for a text that isn't valid.
 std::unique_ptr<CValueMap> Parse(const std::string& text) {

@@ -31,6 +31,7 @@ CValueVector& CValueVector::Copy(const CValue& other, EnTfOwnership ownership, b
         return *this;
     }
     std::vector<std::unique_ptr<CValue>> copies;
+    copies.reserve(other.Vector()->m_slots.size());
     for (const auto& slot : other.Vector()->m_slots) {
         copies.emplace_back(slot ? slot->Clone(ownership) : nullptr);
     }

@@ -47,13 +47,14 @@ CPNode::EnObjType CPNode::Type() const { return EnObjType::Node; }
 
 void CPNode::AddDebugData(int level, const CValue& data, const char* name) {
     if (level <= DebugLevel()) {
-        m_debugData.SetEntry(name, data.Clone(EnTfOwnership::Copy));
+        m_debugData.SetEntry(name, std::unique_ptr<CValue>(data.Clone(EnTfOwnership::Copy)));
     }
 }
 
 void CPNode::AddResultData(CValue* data, bool takeOwnership, const char* name) {
     const bool copies = data != nullptr && !takeOwnership;
-    m_resultData.SetEntry(name, copies ? data->Clone(EnTfOwnership::Copy) : data);
+    std::unique_ptr<CValue> owned(copies ? data->Clone(EnTfOwnership::Copy) : data); // before a key is made of the name
+    m_resultData.SetEntry(name, std::move(owned));
 }
 
 void CPNode::DeleteData() {

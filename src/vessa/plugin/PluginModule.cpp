@@ -6,7 +6,9 @@
 #include "base/Exception.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <dlfcn.h>
+#include <new>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -37,15 +39,25 @@ using LibraryHandle = std::unique_ptr<void, StCloseLibrary>;
 /// The path as the loader takes it: it would look for a plain name in the system's folders.
 std::string LoaderPath(const std::string& file) { return file.find('/') == std::string::npos ? "./" + file : file; }
 
-LibraryHandle Load(const std::string& file) {
-    if (const std::string defect = DefectOfLibrary(file); !defect.empty()) {
-        RaiseUnloadable(file, defect);
+/// Raises `std::bad_alloc` if there was no memory for the library.
+LibraryHandle Open(const std::string& file, int mode) {
+    const std::string path = LoaderPath(file);
+    errno = 0;
+    LibraryHandle handle(::dlopen(path.c_str(), mode));
+    if (!handle && errno == ENOMEM) {
+        throw std::bad_alloc();
     }
-    LibraryHandle handle(::dlopen(LoaderPath(file).c_str(), RTLD_NOW | RTLD_LOCAL));
     if (!handle) {
         RaiseUnloadable(file, LoaderMessage());
     }
     return handle;
+}
+
+LibraryHandle Load(const std::string& file) {
+    if (const std::string defect = DefectOfLibrary(file); !defect.empty()) {
+        RaiseUnloadable(file, defect);
+    }
+    return Open(file, RTLD_NOW | RTLD_LOCAL);
 }
 
 template <class Function> Function* Export(const std::string& file, const LibraryHandle& library, const char* name) {
@@ -104,11 +116,7 @@ struct CPluginModule::StLibrary {
 
     /// The code of an object, or of what was raised in its making, is the library's, down to its destructor, so that
     /// there is no moment after which the library could be unloaded safely.
-    void StayLoaded() const {
-        if (void* again = ::dlopen(LoaderPath(file).c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD | RTLD_NODELETE)) {
-            ::dlclose(again);
-        }
-    }
+    void StayLoaded() const { Open(file, RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD | RTLD_NODELETE); }
 
     std::string file;
     LibraryHandle handle;

@@ -75,7 +75,7 @@ std::vector<std::string> SplitAtCommas(std::string_view list) {
 }
 
 void SetText(CValueMap& map, const char* key, const std::string& text) {
-    map.SetEntry(key, new CValueString(CString(text)));
+    map.SetEntry(key, std::make_unique<CValueString>(CString(text)));
 }
 
 /// Gives the port or parameter under `path` a text about itself, if it is declared.
@@ -92,7 +92,7 @@ void SetLabel(CValueMap& meta, const std::string& body) {
 
 void AddKeywords(CValueMap& setup, const std::string& body) {
     if (!setup.HasEntry("keywords")) {
-        setup.SetEntry("keywords", new CValueVector);
+        setup.SetEntry("keywords", std::make_unique<CValueVector>());
     }
     CValueVector& keywords = *setup.Entry("keywords", true)->Vector();
     for (const std::string& word : SplitAtCommas(body)) {
@@ -112,7 +112,7 @@ void AddSection(CValueMap& setup, const StSection& section) {
         if (CValueMap* meta = MetaOf(setup, "inputs", name)) {
             SetLabel(*meta, section.body);
             if (!meta->HasEntry("optional")) {
-                meta->SetEntry("optional", new CValueBool(section.body.starts_with("Optional")));
+                meta->SetEntry("optional", std::make_unique<CValueBool>(section.body.starts_with("Optional")));
             }
         }
     } else if (named("OUTPUT ")) {
@@ -124,7 +124,7 @@ void AddSection(CValueMap& setup, const StSection& section) {
     }
 }
 
-CValue* ImagePort() { return new CValueOwnedPointer<CImage>(nullptr, 1); }
+std::unique_ptr<CValue> ImagePort() { return std::make_unique<CValueOwnedPointer<CImage>>(nullptr, 1); }
 
 } // namespace
 
@@ -148,48 +148,47 @@ CDescription::CDescription(CValueMap& setup, const char* name, const char* subTy
     SetText(setup, "pluginType", "Image");
     SetText(setup, "subType", subType);
     SetText(setup, "name", name);
-    setup.SetEntry("parameters", new CValueMap);
-    setup.SetEntry("inputs", new CValueMap);
-    setup.SetEntry("outputs", new CValueMap);
+    setup.SetEntry("parameters", std::make_unique<CValueMap>());
+    setup.SetEntry("inputs", std::make_unique<CValueMap>());
+    setup.SetEntry("outputs", std::make_unique<CValueMap>());
 }
 
-CParameterHints CDescription::Parameter(const char* key, CValue* value) {
-    m_setup.Entry("parameters", true)->Map()->SetEntry(key, value);
+CParameterHints CDescription::Parameter(const char* key, std::unique_ptr<CValue> value) {
+    m_setup.Entry("parameters", true)->Map()->SetEntry(key, std::move(value));
     return {m_setup, key};
 }
 
 CParameterHints CDescription::BoolParameter(const char* key, bool value) {
-    return Parameter(key, new CValueBool(value));
+    return Parameter(key, std::make_unique<CValueBool>(value));
 }
 
 CParameterHints CDescription::LongParameter(const char* key, Long value) {
-    return Parameter(key, new CValueLong(value));
+    return Parameter(key, std::make_unique<CValueLong>(value));
 }
 
 CParameterHints CDescription::DoubleParameter(const char* key, double value) {
-    return Parameter(key, new CValueDouble(value));
+    return Parameter(key, std::make_unique<CValueDouble>(value));
 }
 
 CParameterHints CDescription::StringParameter(const char* key, const CString& value) {
-    return Parameter(key, new CValueString(value));
+    return Parameter(key, std::make_unique<CValueString>(value));
 }
 
-void CDescription::Port(const char* side, CValue* value, const char* label) {
-    CValueMap& ports = *m_setup.Entry(side, true)->Map();
-    const std::string number = std::to_string(ports.Size());
-    ports.SetEntry(number.c_str(), value);
+void CDescription::Port(const char* side, std::unique_ptr<CValue> value, const char* label) {
     if (label != nullptr) {
         SetText(value->Meta(), "label", label);
     }
+    CValueMap& ports = *m_setup.Entry(side, true)->Map();
+    ports.SetEntry(CValue_Key(std::to_string(ports.Size())), std::move(value));
 }
 
 void CDescription::ImageInput(const char* label) { Port("inputs", ImagePort(), label); }
 
-void CDescription::MapInput() { Port("inputs", new CValueMap, nullptr); }
+void CDescription::MapInput() { Port("inputs", std::make_unique<CValueMap>(), nullptr); }
 
 void CDescription::ImageOutput() { Port("outputs", ImagePort(), nullptr); }
 
-void CDescription::MapOutput() { Port("outputs", new CValueMap, nullptr); }
+void CDescription::MapOutput() { Port("outputs", std::make_unique<CValueMap>(), nullptr); }
 
 void CDescription::Text(const char* text) {
     SetText(m_setup, "description", text);

@@ -3,6 +3,8 @@
 #include "Value/ValueMap.h"
 #include "base/String.h"
 
+#include <memory>
+
 namespace QUOR::manipulation {
 
 /// The hints for one parameter, as forms and documentation show it.
@@ -55,8 +57,8 @@ public:
     void Text(const char* text);
 
 private:
-    CParameterHints Parameter(const char* key, CValue* value);
-    void Port(const char* side, CValue* value, const char* label);
+    CParameterHints Parameter(const char* key, std::unique_ptr<CValue> value);
+    void Port(const char* side, std::unique_ptr<CValue> value, const char* label);
 
     CValueMap& m_setup;
     const char* m_name;

@@ -165,7 +165,7 @@ template <class T> StCrop Crop(const CImage& input) {
 std::unique_ptr<CValueMap> CroppingMap(const StBox& box) {
     auto map = std::make_unique<CValueMap>();
     const auto set = [&](const char* key, std::int64_t number) {
-        map->SetEntry(key, new CValueLong(static_cast<Long>(number)));
+        map->SetEntry(key, std::make_unique<CValueLong>(static_cast<Long>(number)));
     };
     set("offset_x", box.first.x);
     set("offset_y", box.first.y);

@@ -112,7 +112,7 @@ template <class T> void Unroll(const CImage& input, CImage& output) {
     SampleAlongLines<CUnroll<T>>(input, output, lines, T{0});
 }
 
-void SetLong(CValueMap& map, const char* key, Long number) { map.SetEntry(key, new CValueLong(number)); }
+void SetLong(CValueMap& map, const char* key, Long number) { map.SetEntry(key, std::make_unique<CValueLong>(number)); }
 
 } // namespace
 

@@ -139,7 +139,7 @@ void CarryKeys(const CValueVector& keys, std::int64_t first, std::int64_t end, C
             cut->SetEntry(index - first, key->Clone(EnTfOwnership::Copy));
         }
     }
-    attributes.SetEntry(path, cut.release());
+    attributes.SetEntry(path, std::move(cut));
 }
 
 /// Carries over what describes a table, if the image is one: a volume never is.
@@ -159,11 +159,11 @@ void CarryTable(const CImage& input, CImage& output, const CBox& region) {
         return;
     }
     CValueMap& to = output.Attributes();
-    to.SetEntry("Image/ContentType", new CValueString(CString("table")));
+    to.SetEntry("Image/ContentType", std::make_unique<CValueString>(CString("table")));
     for (const char* path : texts) {
         const CString& text = from.EntryString(path, none);
         if (!text.IsEmpty()) {
-            to.SetEntry(path, new CValueString(text));
+            to.SetEntry(path, std::make_unique<CValueString>(text));
         }
     }
     if (columnKeys != nullptr) {

@@ -217,7 +217,7 @@ void MeasureElongation(const float* labels, const StExtents& plane, CZones& zone
 }
 
 void SetImage(CValueMap& data, const char* key, CImage& image) {
-    data.SetEntry(key, new CValuePointer<CImage>(&image, 1));
+    data.SetEntry(key, std::make_unique<CValuePointer<CImage>>(&image, 1));
 }
 
 std::unique_ptr<CImage> NewRegion(std::int64_t width, std::int64_t height) {

@@ -12,8 +12,6 @@
 #include "Numbers.h"
 #include "Output.h"
 
-#include <sstream>
-
 namespace QUOR {
 
 namespace {
@@ -105,10 +103,8 @@ void CPSplit::NodeInit() {
     along = Parameters().EntryString("along", along);
     split_ratio = static_cast<float>(Parameters().EntryDouble("split_ratio", split_ratio));
     if (!(split_ratio > 0.0F && split_ratio < 1.0F)) {
-        std::ostringstream what;
-        what << "split_ratio of " << split_ratio << " is not a reasonable value."
-             << " Please give a value from (0,1)";
-        Fail(kWhere, what.str());
+        CString what("split_ratio of %1 is not a reasonable value. Please give a value from (0,1)");
+        Fail(kWhere, what.Arg(static_cast<double>(split_ratio), 0));
     }
 }
 
