@@ -4,12 +4,10 @@
 #include "FileTest.h"
 #include "ProgramTest.h"
 
-#include <csignal>
+#include <chrono>
 #include <cstdlib>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
-#include <thread>
 
 namespace vessa::test {
 namespace {
@@ -61,21 +59,25 @@ constexpr std::uint32_t kLzma = 34925;
 
 TEST(HostileFiles, HeadersThatClaimMoreThanTheFileHoldsTakeNoMemory) {
     const CTestFolder folder;
-    folder.Write("plain.tif", SharedStrip(1, 100000, 100000, 1, "abcdefgh"));
-    folder.Write("pages.tif", SharedStrip(3000, 1000, 100, 1, std::string(100000, 'x')));
-    folder.Write("lzma.tif", SharedStrip(1, 100000, 150000, kLzma, "abcdefgh"));
-    const std::string header = "{'descr': '|u1', 'fortran_order': False, 'shape': (100000, 150000)}";
+    const std::string header = "{'descr': '|u1', 'fortran_order': False, 'shape': (40000, 50000)}";
     folder.Write("shape.npy", (CBytes() << std::string("\x93NUMPY\1\0", 8) << static_cast<std::uint16_t>(header.size())
                                         << header << std::string("ab"))
                                   .Text());
-    for (const char* name : {"plain.tif", "pages.tif", "lzma.tif", "shape.npy"}) {
-        const StResult result =
-            RunBuilt(folder.Path(), {"run", "Flip", "-i", name, "-o", "o.npy", "--max-memory", "16G"});
-        EXPECT_EQ(result.status, 1) << name;
-        EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result;
-        EXPECT_TRUE(result.err.starts_with(std::string("vessa: Flip: ") + name + ": ")) << result;
+    folder.Write("plain.tif", SharedStrip(1, 50000, 40000, 1, "abcdefgh"));
+    folder.Write("pages.tif", SharedStrip(20000, 1000, 100, 1, std::string(100000, 'x')));
+    folder.Write("lzma.tif", SharedStrip(1, 50000, 40000, kLzma, "abcdefgh"));
+    const std::vector<std::pair<std::string, std::string>> refusals{
+        {"shape.npy", "an array of shape (40000, 50000) and dtype 'u1' doesn't take the 2 bytes behind the header"},
+        {"plain.tif", "it claims 50000x40000 pixels of 8-bit grey, which a file of 130 bytes can't hold"},
+        {"pages.tif", "page 24: up to this page, more pixels are claimed than a file of 2380008 bytes can hold"},
+        {"lzma.tif", "the TIFF data are damaged: LZMADecode: Decoding error at scanline 0, no progress is possible "
+                     "(stream is truncated or corrupt)"}};
+    for (const auto& [name, reason] : refusals) {
+        EXPECT_EQ(RunBuilt(folder.Path(), {"run", "Flip", "-i", name, "-o", "o.npy", "--max-memory", "16G"}),
+                  (StResult{1, "", "vessa: Flip: " + name + ": " + reason + "\n"}));
     }
-    EXPECT_LT(PeakOfPrograms(), 300 * 1024) << "the claims are of 10 to 15 GB";
+    constexpr long most = 600 * 1024; // the address sanitizer takes an eighth of a block that nobody touches
+    EXPECT_LT(PeakOfPrograms(), most) << "each of them claims 2 GB";
 }
 
 /// How deep a file can nest, how long its names can be, and how many of them there are.
@@ -192,7 +194,6 @@ TEST(HostileFiles, PlacesThatTakeNoFileAreNamed) {
     EXPECT_EQ(told("/proc/o.png"), start + "/proc/o.png: can't be written: No such file or directory\n");
     EXPECT_EQ(told(std::string(300, 'x') + ".png"),
               start + std::string(300, 'x') + ".png: can't be written: File name too long\n");
-    EXPECT_EQ(RunBuilt(folder.Path(), {"list"}, {}).status, 0);
     EXPECT_EQ(Shell(folder, "vessa list > /dev/full 2> talk"), 1);
     EXPECT_EQ(TextOf(folder / "talk"), "vessa: the results can't be written to standard output\n");
     EXPECT_EQ(folder.Files(), "file folder.png full.png talk");
@@ -204,7 +205,7 @@ TEST(HostileFiles, AKilledBatchGoesOnToTheResultOfAnUndisturbedOne) {
     for (const char* name : {"in", "killed", "whole"}) {
         fs::create_directory(folder / name);
     }
-    constexpr int files = 60;
+    constexpr int files = 30;
     const auto hourAgo = fs::file_time_type::clock::now() - std::chrono::hours(1);
     for (int number = 0; number < files; ++number) {
         const std::string copy = folder / ("in/" + std::to_string(number) + ".tif");
@@ -221,7 +222,7 @@ TEST(HostileFiles, AKilledBatchGoesOnToTheResultOfAnUndisturbedOne) {
     };
     ASSERT_EQ(Shell(folder, batch("whole")), 0);
     int kills = 0;
-    for (int pause = 1; kills < 20; ++pause) {
+    for (int pause = 1; kills < 8; ++pause) {
         const std::string wait = "sleep 0.0" + std::to_string(pause % 10) + std::to_string(pause * 7 % 10);
         if (Shell(folder, "{ " + batch("killed") + " & " + wait + "; kill -9 $!; wait $!; } 2> /dev/null") == 0) {
             break; // it was through before

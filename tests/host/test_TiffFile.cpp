@@ -664,7 +664,7 @@ TEST_F(TiffFile, DamagedFilesDoNoHarm) {
     Write("bits.tif", *ZeroImage(QUOR::IMAGE_BINARY_FG, CSize(11, 3)));
     {
         COutputFile file(Path("bigtiff.tif"));
-        WriteTiff(file, *image, 0);
+        WriteTiff(file, *ZeroImage(QUOR::IMAGE_GREY_16, CSize(3, 2)), 0);
         file.Commit();
     }
     PutForeign("deflated.tif", "w", [&](TIFF* tiff) {
