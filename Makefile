@@ -2,7 +2,7 @@
 
 SOURCES = $(shell find include src tests bench examples -name '*.h' -o -name '*.cpp' 2>/dev/null)
 
-.PHONY: help demo docs test test-large check-docs asan asan-clang tsan clang coverage mutants bench bench-growth bench-processes fuzz check-format format tidy package clean
+.PHONY: help demo docs test test-large check-docs asan asan-clang tsan clang coverage mutants bench bench-growth bench-processes fuzz valgrind check-all check-format format tidy package clean
 
 help:
 	@echo "make demo          build the programs and run them on sample pictures"
@@ -19,6 +19,8 @@ help:
 	@echo "make bench-growth  measure nodes of each class on work of growing size"
 	@echo "make bench-processes  measure whole processes beside other shell tools"
 	@echo "make fuzz          each fuzzer for SECONDS=60, on a corpus that grows in build-asan-clang/corpus"
+	@echo "make valgrind      the quick tests under Valgrind, which tells of elements that nobody has written"
+	@echo "make check-all     the checks that take too long for .ci/run: some hours"
 	@echo "make check-format  tell which files clang-format would change; make format changes them"
 	@echo "make tidy          clang-tidy over everything, or over FILES='regular expressions'"
 	@echo "make package       build the Debian package build/vessa_VERSION_ARCHITECTURE.deb"
@@ -107,6 +109,14 @@ fuzz:
 	@cmake --preset asan-clang
 	@cmake --build --preset asan-clang --target fuzzers
 	@scripts/fuzz.sh build-asan-clang $(or $(SECONDS),60)
+
+valgrind:
+	@scripts/install_packages.sh build tests checks
+	@cmake --preset release -DVESSA_TESTS=ON
+	@cmake --build --preset release
+	@scripts/valgrind.sh build
+
+check-all: asan asan-clang tsan clang test-large valgrind mutants fuzz
 
 check-format:
 	@scripts/install_packages.sh checks

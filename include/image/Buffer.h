@@ -28,6 +28,13 @@ private:
     std::array<char, 192> m_what{}; ///< copies of the exception must not fail
 };
 
+/// A block of zeros for a table that is as long as its largest index. It is counted with the images' memory, but the
+/// system gives memory for the parts of it that are written only. Raises as a `CBuffer` does.
+/// @{
+VESSA_API void* AllocateZeros(std::size_t bytes);
+VESSA_API void FreeZeros(void* zeros, std::size_t bytes) noexcept; ///< asked for with `bytes`
+/// @}
+
 /// The block of memory that holds an image's elements, aligned to 64 bytes. Its bytes aren't initialised.
 ///
 /// Large blocks come in huge pages where the system has them, and freed large blocks are kept for the next images, up

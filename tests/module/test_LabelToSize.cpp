@@ -1,8 +1,10 @@
+#include "MemoryLimit.h"
 #include "NodeTest.h"
 
 #include <cmath>
 #include <limits>
 #include <stdexcept>
+#include <sys/resource.h>
 
 namespace QUOR::test {
 namespace {
@@ -171,6 +173,25 @@ TEST(LabelToSize, AddsSlicesInSinglePrecision) {
     EXPECT_EQ(static_cast<const float*>(node.Output().Buffer().Data())[0], 16777220.0F);
 }
 
+TEST(LabelToSize, AddsFormerSlicesAgainInLargeVolumes) {
+    // More elements than single precision counts, and what comes out small all the same: label 1 is 3 + 3 + 2.
+    constexpr std::int64_t slice = 5600000;
+    auto image = std::make_unique<CImage>(IMAGE_GREY_F, CSize(slice, 1, 3), CSize(0, 0, 0));
+    image->Buffer().Set(0);
+    auto* elements = static_cast<float*>(image->Buffer().Data());
+    for (const std::int64_t place : {std::int64_t{0}, std::int64_t{1}, std::int64_t{5}, 2 * slice, 2 * slice + 9}) {
+        elements[place] = 1.0F;
+    }
+    elements[3] = 2.0F;
+    CNodeUnderTest node("LabelToSize");
+    node.Set("slice-wise", false).Input(0, std::move(image)).Run();
+    const auto* sizes = static_cast<const float*>(node.Output().Buffer().Data());
+    EXPECT_EQ(sizes[5], 8.0F);
+    EXPECT_EQ(sizes[2 * slice + 9], 8.0F);
+    EXPECT_EQ(sizes[3], 2.0F);
+    EXPECT_EQ(sizes[4], 0.0F);
+}
+
 TEST(LabelToSize, TakesSlicesWithoutAParameter) {
     CNodeUnderTest node("LabelToSize");
     node.Input(0, MakeImage<float>(IMAGE_GREY_F, CSize(1, 1, 2), {1, 1}));
@@ -195,6 +216,36 @@ TEST(LabelToSize, FailsForALabelThatNoTableCanHold) {
     node.Input(0, Floats(1, 1, {1e30F}));
     EXPECT_THROW(node.Run(), std::length_error);
     EXPECT_FALSE(node.HasOutput());
+}
+
+TEST(LabelToSize, CountsItsTableWithTheImages) {
+    // A row of 16 bytes gives another one, beside a table of 4,000,000 bytes.
+    CNodeUnderTest node("LabelToSize");
+    node.Input(0, Floats(4, 1, {1000000, 1, 0, 1}));
+    {
+        const CRoomForImages room(4000015);
+        EXPECT_THROW(node.Run(), CImageMemoryLimit);
+        EXPECT_FALSE(node.HasOutput());
+    }
+    const CRoomForImages room(4000016);
+    EXPECT_EQ(ElementsOf<float>(node.Run().Output()), (std::vector<float>{1, 2, 0, 2}));
+    EXPECT_EQ(ImageMemoryInUse(), 32U) << "the table is gone";
+}
+
+/// The most memory that the process has had so far, in KiB.
+long MostMemory() {
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+TEST(LabelToSize, TakesMemoryOnlyWhereLabelsAre) {
+    const long before = MostMemory();
+    for (const bool bySlices : {true, false}) { // tables of 1 GB
+        EXPECT_EQ(Sizes(CSize(2, 1, 3), {250000000, 3, 0, 0, 3, 250000000}, bySlices),
+                  bySlices ? (std::vector<float>{1, 1, 0, 0, 1, 1}) : (std::vector<float>{3, 3, 0, 0, 3, 3}));
+    }
+    EXPECT_LT(MostMemory() - before, 600000) << "half the tables; the address sanitizer itself takes an eighth";
 }
 
 TEST(LabelToSize, ServesEmptyImages) {

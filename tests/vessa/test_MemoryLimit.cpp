@@ -1,6 +1,7 @@
 #include "MemoryLimit.h"
 #include "NodeTest.h"
 
+#include <algorithm>
 #include <new>
 
 namespace QUOR::test {
@@ -42,6 +43,19 @@ TEST(MemoryLimit, CountsTheBytesOfLiveBlocks) {
         const ImagePtr image = ZeroImage(IMAGE_RGB_8, CSize(10, 2, 2));
         EXPECT_EQ(ImageMemoryInUse(), 420U);
     }
+    EXPECT_EQ(ImageMemoryInUse(), 0U);
+}
+
+TEST(MemoryLimit, CountsTablesOfZeros) {
+    const CRoomForImages room(1000);
+    auto* zeros = static_cast<const unsigned char*>(AllocateZeros(600));
+    EXPECT_EQ(ImageMemoryInUse(), 600U);
+    EXPECT_TRUE(std::all_of(zeros, zeros + 600, [](unsigned char byte) { return byte == 0; }));
+    EXPECT_THROW(AllocateZeros(401), CImageMemoryLimit);
+    FreeZeros(const_cast<unsigned char*>(zeros), 600);
+    EXPECT_EQ(ImageMemoryInUse(), 0U);
+    SetImageMemoryLimit(kNoImageMemoryLimit);
+    EXPECT_THROW(AllocateZeros(std::size_t{1} << 62), std::bad_alloc);
     EXPECT_EQ(ImageMemoryInUse(), 0U);
 }
 

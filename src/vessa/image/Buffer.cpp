@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -28,17 +29,26 @@ void Count(std::size_t bytes) {
 
 void Uncount(std::size_t bytes) noexcept { memoryInUse.fetch_sub(bytes, std::memory_order_relaxed); }
 
-void* NewBlock(std::size_t bytes) {
+/// A counted block that `allocate` gives.
+template <class Allocate> void* NewBlock(std::size_t bytes, const Allocate& allocate) {
     if (bytes == 0) {
         return nullptr;
     }
     Count(bytes);
     try {
-        return AllocateBlock(bytes);
+        return allocate(bytes);
     } catch (const std::bad_alloc&) {
         Uncount(bytes);
         throw;
     }
+}
+
+void* RequireZeros(std::size_t bytes) {
+    void* zeros = std::calloc(bytes, 1);
+    if (zeros == nullptr) {
+        throw std::bad_alloc();
+    }
+    return zeros;
 }
 
 } // namespace
@@ -57,7 +67,14 @@ CImageMemoryLimit::CImageMemoryLimit(std::size_t bytes, std::size_t inUse, std::
 
 const char* CImageMemoryLimit::what() const noexcept { return m_what.data(); }
 
-CBuffer::CBuffer(std::size_t bytes) : m_data(NewBlock(bytes)), m_size(bytes) {}
+void* AllocateZeros(std::size_t bytes) { return NewBlock(bytes, RequireZeros); }
+
+void FreeZeros(void* zeros, std::size_t bytes) noexcept {
+    std::free(zeros);
+    Uncount(bytes);
+}
+
+CBuffer::CBuffer(std::size_t bytes) : m_data(NewBlock(bytes, AllocateBlock)), m_size(bytes) {}
 
 CBuffer::CBuffer(const CBuffer& other) : CBuffer(other.m_size) {
     if (m_size != 0) {

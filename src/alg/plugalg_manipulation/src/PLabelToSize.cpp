@@ -10,6 +10,7 @@
 #include "Labels.h"
 #include "Output.h"
 #include "Runs.h"
+#include "image/Buffer.h"
 
 #include <vector>
 
@@ -67,55 +68,92 @@ KEYWORDS
 mapping, size, pixel, voxel, count, label
 )";
 
+/// Gives a vector zeros, which take memory only where they are written.
+template <class T> struct CZeros {
+    using value_type = T;
+    T* allocate(std::size_t count) { return static_cast<T*>(AllocateZeros(count * sizeof(T))); }
+    void deallocate(T* zeros, std::size_t count) noexcept { FreeZeros(zeros, count * sizeof(T)); }
+    void construct(T* /*zero*/) noexcept {} // it is one already
+    friend bool operator==(const CZeros& /*a*/, const CZeros& /*b*/) { return true; }
+};
+
 /// Sizes by label: entry L - 1 is that of label L. They are floats, and their counting stops where adding 1 in single
-/// precision changes nothing.
-using Sizes = std::vector<float>;
+/// precision changes nothing. The table is as long as the largest label, which may be one alone.
+using Sizes = std::vector<float, CZeros<float>>;
 
 constexpr float kCountCeiling = 16777216.0F;
 
-/// Counts the labels of a slice. A slice without any label leaves the sizes as they were.
-void CountLabels(const float* in, std::int64_t count, Sizes& sizes) {
-    const std::int64_t largest = LargestLabel(in, count);
-    if (largest == 0) {
-        return;
-    }
-    sizes.assign(static_cast<std::size_t>(largest), 0.0F);
+/// Calls `visit(size, first, length)` for runs of equal elements that count for a label, with the label's size.
+template <class Visit> void ForEachLabelRun(const float* in, std::int64_t count, Sizes& sizes, Visit visit) {
     ForEachRun(in, count, [&](std::int64_t first, std::int64_t length) {
         if (const std::int64_t label = LabelOf(in[first]); label > 0) {
-            float& size = sizes[static_cast<std::size_t>(label - 1)];
-            size = std::min(size + static_cast<float>(length), kCountCeiling); // exact up to the ceiling
+            visit(sizes[static_cast<std::size_t>(label - 1)], first, length);
         }
     });
 }
 
+/// Counts each element as often as told.
+void CountLabels(const float* in, std::int64_t count, std::int64_t times, Sizes& sizes) {
+    ForEachLabelRun(in, count, sizes, [times](float& size, std::int64_t /*first*/, std::int64_t length) {
+        size = std::min(size + static_cast<float>(length * times), kCountCeiling); // exact up to the ceiling
+    });
+}
+
 /// Writes the size of its label over each element that counts for one.
-void ReplaceLabels(const float* in, std::int64_t count, const Sizes& sizes, float* out) {
-    ForEachRun(in, count, [&](std::int64_t first, std::int64_t length) {
-        if (const std::int64_t label = LabelOf(in[first]); label > 0) {
-            std::fill_n(out + first, length, sizes[static_cast<std::size_t>(label - 1)]);
-        }
+void ReplaceLabels(const float* in, std::int64_t count, Sizes& sizes, float* out) {
+    ForEachLabelRun(in, count, sizes, [out](float size, std::int64_t first, std::int64_t length) {
+        std::fill_n(out + first, length, size);
     });
 }
 
 void ReplaceBySlices(const float* in, std::int64_t slice, std::int64_t depth, float* out) {
     for (std::int64_t z = 0; z < depth; ++z) {
-        Sizes sizes;
-        CountLabels(in + z * slice, slice, sizes);
+        Sizes sizes(static_cast<std::size_t>(LargestLabel(in + z * slice, slice)));
         if (!sizes.empty()) {
+            CountLabels(in + z * slice, slice, 1, sizes);
             ReplaceLabels(in + z * slice, slice, sizes, out + z * slice);
         }
     }
 }
 
-/// A slice without a label adds the sizes of the labelled slice before it once more: they still stand in `slicewise`.
+/// Adds the sizes of a slice to those of the volume as often as told, and leaves zeros in the slice's table.
+void AddSizes(const float* in, std::int64_t count, Sizes& slicewise, std::int64_t times, Sizes& volume) {
+    ForEachLabelRun(in, count, slicewise, [&](float& size, std::int64_t first, std::int64_t /*length*/) {
+        float& sum = volume[static_cast<std::size_t>(LabelOf(in[first]) - 1)];
+        for (std::int64_t time = 0; time < times && sum + size != sum; ++time) {
+            sum += size;
+        }
+        size = 0.0F; // the label's later runs add nothing
+    });
+}
+
+/// A slice without a label adds the sizes of the labelled slice before it once more. Sums that can't pass the ceiling
+/// are exact, so that it makes no difference in which order they are formed.
 void ReplaceInVolume(const float* in, std::int64_t slice, std::int64_t depth, float* out) {
+    const bool isExact = slice * depth <= static_cast<std::int64_t>(kCountCeiling);
+    std::vector<std::int64_t> labelled; // slices
     Sizes slicewise;
     Sizes volume;
     for (std::int64_t z = 0; z < depth; ++z) {
-        CountLabels(in + z * slice, slice, slicewise);
-        volume.resize(std::max(volume.size(), slicewise.size()), 0.0F);
-        std::transform(slicewise.begin(), slicewise.end(), volume.begin(), volume.begin(),
-                       [](float one, float all) { return all + one; });
+        const auto largest = static_cast<std::size_t>(LargestLabel(in + z * slice, slice));
+        if (largest > 0) {
+            labelled.push_back(z);
+        }
+        if (largest > volume.size()) {
+            slicewise = Sizes(isExact ? 0 : largest);
+            volume = Sizes(largest);
+        }
+    }
+    labelled.push_back(depth);
+    for (std::size_t index = 0; index + 1 < labelled.size(); ++index) {
+        const float* first = in + labelled[index] * slice;
+        const std::int64_t times = labelled[index + 1] - labelled[index];
+        if (isExact) {
+            CountLabels(first, slice, times, volume);
+        } else {
+            CountLabels(first, slice, 1, slicewise);
+            AddSizes(first, slice, slicewise, times, volume);
+        }
     }
     ReplaceLabels(in, slice * depth, volume, out);
 }
