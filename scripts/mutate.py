@@ -4,10 +4,10 @@
     scripts/mutate.py BUILD [--sample N] [--seed N] [--jobs N] [--list] [FILE...]
 
 A change, a mutant, is a swapped operator, a number one off or 0, a condition negated or forced, a statement left out,
-true for false, the minimum for the maximum. BUILD is a folder with the module and its tests; the module in it is swapped
-for each mutant, on which the file's own test program and test_AllNodes run, or for what nodes share, the tests of
-the nodes that use it. A mutant is killed by a test that fails, crashes or doesn't end. Those that don't compile and those
-whose code equals the original's don't count. Without FILE all sources of the module are taken.
+true for false, the minimum for the maximum. BUILD is a folder with the module and its tests; the module in it is
+swapped for each mutant, on which the file's own test program and test_AllNodes run, or for what nodes share, the tests
+of the nodes that use it. A mutant is killed by a test that fails, crashes or doesn't end. Those that don't compile and
+those whose code equals the original's don't count. Without FILE all sources of the module are taken.
 
 The status is 0 whatever survives; what does is printed as FILE:LINE: original -> mutant.
 """
@@ -34,7 +34,7 @@ SOURCES = PROJECT / "src/alg/plugalg_manipulation/src"
 MEMORY = 4 << 30  # bytes that a program may hold; some tests reserve far more and never touch it
 COMPILE_SECONDS = 120
 
-Mutant = namedtuple("Mutant", "file line start end original text")
+Mutant = namedtuple("Mutant", "file line start end text")
 
 # What no mutant touches: comments, texts, characters, lines for the preprocessor, and what only the compiler reads.
 UNTOUCHED = re.compile(
@@ -105,7 +105,7 @@ def mutants(file):
     untouched = [found.span() for found in UNTOUCHED.finditer(text)]
     for start, end, other in sorted(set(changes(text))):
         if not any(start < last and first < end for first, last in untouched):
-            yield Mutant(file.name, text.count("\n", 0, start) + 1, start, end, text[start:end].strip(), other.strip(" "))
+            yield Mutant(file.name, text.count("\n", 0, start) + 1, start, end, other.strip(" "))
 
 
 def mutated(text, mutant):
@@ -189,9 +189,8 @@ class Bench:
         original = shutil.copytree(SOURCES, self.scratch / "original")
         (original / "VectorVariants.h").write_text("#pragma once\n#define MANI_VECTOR_VARIANTS\n")
         with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
-            for name, is_made in zip(self.commands, pool.map(lambda name: self.compile(name, "original"), self.commands)):
-                if not is_made:
-                    sys.exit(f"{name} doesn't compile as it stands")
+            if not all(pool.map(lambda name: self.compile(name, "original"), self.commands)):
+                sys.exit("the module doesn't compile as it stands")
         self.swap({})
         for program in sorted((self.build / "tests").glob("test_*")):
             if (PROJECT / "tests/module" / f"{program.name}.cpp").exists():
@@ -250,7 +249,8 @@ class Bench:
 
     def header(self, name):
         """The header that tells of a source: the one with the longest name that begins the source's own."""
-        return max((header for header in self.users.headers if name.startswith(Path(header).stem)), key=len, default=name)
+        headers = [header for header in self.users.headers if name.startswith(Path(header).stem)]
+        return max(headers, key=len, default=name)
 
     def judge(self, mutant, number):
         """What becomes of a mutant: killed, slow, survived, equal or broken."""

@@ -393,26 +393,41 @@ TEST(Reorient, ProductsWrapAroundBeyond32Bits) {
     EXPECT_GT(PlainDirection<std::uint8_t>(*image), 1.3 * unwrapped);
 }
 
-TEST(Reorient, LetsTheLastPixelOfARowLandInTheNextRow) {
-    // By angles with rational sines the window's ends can lie exactly between two columns. Both are then rounded away
-    // from zero, which makes the window one column wider than the output.
+/// By angles with rational sines the window's ends can lie exactly between two columns. Both are then rounded away from
+/// zero, which makes the window one column wider than the output. True if that has spilled pixels into the next row.
+bool SpillsAt(const CSize& size, std::mt19937& random) {
     struct StSlope {
         std::int64_t run, rise;
     };
+    bool spills = false;
+    for (const StSlope slope : {StSlope{4, 3}, StSlope{12, 5}, StSlope{15, 8}, StSlope{24, 7}, StSlope{35, 12}}) {
+        auto data = ZeroImage(IMAGE_GREY_8, CSize(slope.run + 1, slope.rise + 1));
+        const std::unique_ptr<IAccess> access(data->CreateAccess());
+        access->Set(0, slope.rise, 0, 0, 1.0);
+        access->Set(slope.run, 0, 0, 0, 1.0);
+        CNodeUnderTest node("Reorient");
+        node.Set("bg_value", 5.0).Input(0, RandomNumbers(IMAGE_GREY_F, size, random));
+        spills |= ExpectPlain<float>(node.Input(1, std::move(data)).Run(), 5.0, false);
+    }
+    return spills;
+}
+
+TEST(Reorient, LetsTheLastPixelOfARowLandInTheNextRow) {
     std::mt19937 random(7);
     int spills = 0;
-    for (const StSlope slope : {StSlope{4, 3}, StSlope{12, 5}, StSlope{15, 8}, StSlope{24, 7}, StSlope{35, 12}}) {
-        for (std::int64_t width = 1; width < 50; ++width) {
-            for (std::int64_t height = 1; height < 12; ++height) {
-                auto data = ZeroImage(IMAGE_GREY_8, CSize(slope.run + 1, slope.rise + 1));
-                const std::unique_ptr<IAccess> access(data->CreateAccess());
-                access->Set(0, slope.rise, 0, 0, 1.0);
-                access->Set(slope.run, 0, 0, 0, 1.0);
-                CNodeUnderTest node("Reorient");
-                node.Set("bg_value", 5.0).Input(0, RandomNumbers(IMAGE_GREY_F, CSize(width, height), random));
-                spills += ExpectPlain<float>(node.Input(1, std::move(data)).Run(), 5.0, false);
-            }
+    for (std::int64_t width = 1; width < 50; ++width) {
+        for (std::int64_t height = 1; height < 12; ++height) {
+            spills += SpillsAt(CSize(width, height), random) ? 1 : 0;
         }
+    }
+    EXPECT_GT(spills, 0);
+}
+
+TEST(Reorient, LetsThePixelBehindAWholeBlockLandInTheNextRow) {
+    std::mt19937 random(8);
+    int spills = 0;
+    for (std::int64_t height = 1; height < 60; ++height) {
+        spills += SpillsAt(CSize(256, height), random) ? 1 : 0; // rows are served in blocks of 256
     }
     EXPECT_GT(spills, 0);
 }
