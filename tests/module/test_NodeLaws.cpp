@@ -9,12 +9,17 @@
 namespace QUOR::test {
 namespace {
 
-const std::vector<IImage::CType> kFlipped{IMAGE_GREY_F, IMAGE_GREY_8,    IMAGE_GREY_16,  IMAGE_GREY_32,
-                                          IMAGE_GREY_D, IMAGE_BINARY_FG, IMAGE_BINARY_BG};
-const std::vector<IImage::CType> kUsual{IMAGE_GREY_F, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_BINARY_FG};
-const std::vector<IImage::CType> kShifted{IMAGE_GREY_F, IMAGE_GREY_8, IMAGE_BINARY_FG, IMAGE_BINARY_BG};
-const std::vector<IImage::CType> kComputed{IMAGE_GREY_F, IMAGE_GREY_8};
-const std::vector<IImage::CType> kEveryType = AllTypes();
+std::vector<IImage::CType> TypesOfFlip() { return TypesWithout({IMAGE_GREY_64, IMAGE_RGB_8}); }
+
+std::vector<IImage::CType> TypesOfTranslate() { return {IMAGE_GREY_F, IMAGE_GREY_8, IMAGE_BINARY_FG, IMAGE_BINARY_BG}; }
+
+/// The types of most nodes that only move elements.
+std::vector<IImage::CType> UsualTypes() {
+    return {IMAGE_GREY_F, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_BINARY_FG};
+}
+
+/// The types of most nodes that compute.
+std::vector<IImage::CType> FloatsAndBytes() { return {IMAGE_GREY_F, IMAGE_GREY_8}; }
 
 const std::vector<std::string> kOrders{"XYZ", "XZY", "YXZ", "YZX", "ZYX", "ZXY"};
 const std::vector<std::string> kAxes{"X", "Y", "Z"};
@@ -57,13 +62,13 @@ template <class Change> Settings Changed(const Settings& shift, Change&& change)
 }
 
 RC_GTEST_PROP(NodeLaws, FlipUndoesItself, (bool x, bool y, bool z)) {
-    const ImagePtr image = Draw(*AnyPicture(kFlipped));
+    const ImagePtr image = Draw(*AnyPicture(TypesOfFlip()));
     const Settings flips{{"flip_x", x}, {"flip_y", y}, {"flip_z", z}};
     RequireSame(*image, *Through("Flip", flips, {Through("Flip", flips, {image.get()}).get()}));
 }
 
 RC_GTEST_PROP(NodeLaws, FlipOfSeveralAxesIsAFlipOfEach, ()) {
-    const ImagePtr image = Draw(*AnyPicture(kFlipped));
+    const ImagePtr image = Draw(*AnyPicture(TypesOfFlip()));
     ImagePtr flipped = Through("Flip", {{"flip_z", true}}, {image.get()});
     flipped = Through("Flip", {{"flip_x", true}}, {flipped.get()});
     flipped = Through("Flip", {{"flip_y", true}}, {flipped.get()});
@@ -71,7 +76,7 @@ RC_GTEST_PROP(NodeLaws, FlipOfSeveralAxesIsAFlipOfEach, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, SwitchAxesComposes, ()) {
-    const ImagePtr image = Draw(*AnyPicture(kUsual));
+    const ImagePtr image = Draw(*AnyPicture(UsualTypes()));
     const std::string first = *rc::gen::elementOf(kOrders);
     const std::string second = *rc::gen::elementOf(kOrders);
     std::string both; // each letter names the axis that the second order takes from the first
@@ -86,14 +91,14 @@ RC_GTEST_PROP(NodeLaws, SwitchAxesComposes, ()) {
 RC_GTEST_PROP(NodeLaws, SwitchAxesHasInverses, ()) {
     const std::map<std::string, std::string> inverses{{"XYZ", "XYZ"}, {"XZY", "XZY"}, {"YXZ", "YXZ"},
                                                       {"ZYX", "ZYX"}, {"YZX", "ZXY"}, {"ZXY", "YZX"}};
-    const ImagePtr image = Draw(*AnyPicture(kUsual));
+    const ImagePtr image = Draw(*AnyPicture(UsualTypes()));
     const std::string order = *rc::gen::elementOf(kOrders);
     const ImagePtr switched = Through("SwitchAxes", {{"axes", order}}, {image.get()});
     RequireSame(*AsVolume(*image), *Through("SwitchAxes", {{"axes", inverses.at(order)}}, {switched.get()}));
 }
 
 RC_GTEST_PROP(NodeLaws, FourQuarterTurnsAreNone, ()) {
-    const ImagePtr image = Draw(*AnyPicture(kComputed, 1));
+    const ImagePtr image = Draw(*AnyPicture(FloatsAndBytes(), 1));
     const int angle = *rc::gen::element(90, 270, -90, -270, 450, -990);
     ImagePtr turned = std::make_unique<CImage>(*image);
     for (int turn = 0; turn < 4; ++turn) {
@@ -103,7 +108,7 @@ RC_GTEST_PROP(NodeLaws, FourQuarterTurnsAreNone, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, TurnsAreFlipsAndSwitchedAxes, ()) {
-    const ImagePtr image = Draw(*AnyPicture(kComputed, 1));
+    const ImagePtr image = Draw(*AnyPicture(FloatsAndBytes(), 1));
     const auto turned = [&](int angle) {
         return Through("Rotate", {{"angle", angle}, {"resize", true}}, {image.get()});
     };
@@ -115,7 +120,7 @@ RC_GTEST_PROP(NodeLaws, TurnsAreFlipsAndSwitchedAxes, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, TranslateWrappedIsUndoneByItsOpposite, ()) {
-    const ImagePtr image = Draw(*AnyPicture(kShifted));
+    const ImagePtr image = Draw(*AnyPicture(TypesOfTranslate()));
     const Settings shift = AnyShift(-90, 90);
     const Settings back = Changed(shift, [](const std::string& /*key*/, int offset) { return -offset; });
     const ImagePtr moved = Through("Translate", With(shift, {{"wrap", true}}), {image.get()});
@@ -123,7 +128,7 @@ RC_GTEST_PROP(NodeLaws, TranslateWrappedIsUndoneByItsOpposite, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, TranslateTwiceIsOnceByTheSum, ()) {
-    const ImagePtr image = Draw(*AnyPicture(kShifted));
+    const ImagePtr image = Draw(*AnyPicture(TypesOfTranslate()));
     // Wrapped, nothing is lost; otherwise nothing comes back that both shifts have pushed out at one side.
     const bool wrap = *rc::gen::arbitrary<bool>();
     const int least = wrap ? -40 : 0;
@@ -140,7 +145,7 @@ RC_GTEST_PROP(NodeLaws, TranslateTwiceIsOnceByTheSum, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, TranslateIsAResampleByTheOppositeShift, ()) {
-    const ImagePtr image = Draw(*FewNumbers(kComputed));
+    const ImagePtr image = Draw(*FewNumbers(FloatsAndBytes()));
     const Settings shift = AnyShift(-5, 6);
     const auto constant = [&](const char* key) {
         const auto opposite = static_cast<float>(-std::get<int>(shift.at(key)));
@@ -158,7 +163,7 @@ RC_GTEST_PROP(NodeLaws, TranslateIsAResampleByTheOppositeShift, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, ExtractUndoesPad, ()) {
-    const ImagePtr image = Draw(*AnyPicture(kUsual, 1));
+    const ImagePtr image = Draw(*AnyPicture(UsualTypes(), 1));
     Settings margins;
     for (const char* side : {"left", "right", "top", "bottom", "front", "back"}) {
         margins["pad_" + std::string(side)] = *rc::gen::inRange(0, 9);
@@ -175,7 +180,7 @@ RC_GTEST_PROP(NodeLaws, ExtractUndoesPad, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, BorderIsUndoneByItsOpposite, ()) {
-    const ImagePtr image = Draw(*AnyPicture(kUsual, 1));
+    const ImagePtr image = Draw(*AnyPicture(UsualTypes(), 1));
     RC_PRE(image->Size().dim == 2 || image->Size().z > 1); // a single slice of a volume is padded as a plane
     const int border = *rc::gen::inRange(0, 9);
     const ImagePtr framed = Through("Border", {{"border", border}, {"padvalue", 5}}, {image.get()});
@@ -183,7 +188,7 @@ RC_GTEST_PROP(NodeLaws, BorderIsUndoneByItsOpposite, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, BorderOfAVolumeIsAPadOfAllSides, ()) {
-    const ImagePtr image = Draw(*AnyPicture(kUsual, 2));
+    const ImagePtr image = Draw(*AnyPicture(UsualTypes(), 2));
     RC_PRE(image->Size().dim == 3);
     const int border = *rc::gen::inRange(0, 9);
     Settings margins{{"value", 300.0}};
@@ -200,7 +205,7 @@ double RatioFor(std::int64_t first, std::int64_t extent) {
 }
 
 RC_GTEST_PROP(NodeLaws, SplitUndoesAppend, ()) {
-    const StPicture picture = *AnyPicture(kUsual, 1);
+    const StPicture picture = *AnyPicture(UsualTypes(), 1);
     const std::string along = *rc::gen::elementOf(kAxes);
     CSize size(picture.size.x, picture.size.y, picture.size.z);
     const std::int64_t before = Extent(size, along);
@@ -214,7 +219,7 @@ RC_GTEST_PROP(NodeLaws, SplitUndoesAppend, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, AppendUndoesSplit, ()) {
-    const ImagePtr image = Draw(*AnyPicture(kUsual));
+    const ImagePtr image = Draw(*AnyPicture(UsualTypes()));
     const std::string along = *rc::gen::elementOf(kAxes);
     const Settings cut{{"along", along}, {"split_ratio", *rc::gen::inRange(1, 100) / 100.0}};
     const ImagePtr first = Through("Split", cut, {image.get()}, 0);
@@ -223,7 +228,7 @@ RC_GTEST_PROP(NodeLaws, AppendUndoesSplit, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, ReplicateIsARepeatedAppend, ()) {
-    const ImagePtr image = Draw(*AnyPicture(kUsual));
+    const ImagePtr image = Draw(*AnyPicture(UsualTypes()));
     const std::string along = *rc::gen::elementOf(kAxes);
     ImagePtr joined = AsVolume(*image);
     for (int count = 1; count < 6; ++count) {
@@ -233,21 +238,21 @@ RC_GTEST_PROP(NodeLaws, ReplicateIsARepeatedAppend, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, DeserializeUndoesSerialize, ()) {
-    const ImagePtr image = Draw(*AnyPicture(kEveryType));
+    const ImagePtr image = Draw(*AnyPicture(AllTypes()));
     const ImagePtr row = Through("Serialize", {{"direction", *rc::gen::elementOf(kAxes)}}, {image.get()});
     RC_ASSERT(BytesOf(*row) == BytesOf(*image));
     RequireSame(*AsVolume(*image), *Through("Deserialize", {}, {row.get(), image.get()}));
 }
 
 RC_GTEST_PROP(NodeLaws, PlaneToVolumeUndoesVolumeToPlane, ()) {
-    const ImagePtr image = Draw(*AnyPicture(kComputed, 1));
+    const ImagePtr image = Draw(*AnyPicture(FloatsAndBytes(), 1));
     const ImagePtr plane = Through("VolumeToPlane", {{"slices_x", 1}}, {image.get()});
     RC_ASSERT(plane->Size() == CSize(image->Size().x, image->Size().y * image->Size().z, 1));
     RequireSame(*AsVolume(*image), *Through("PlaneToVolume", {}, {plane.get(), image.get()}));
 }
 
 RC_GTEST_PROP(NodeLaws, VolumeToPlaneTilesAreTheSlices, ()) {
-    const ImagePtr image = Draw(*AnyPicture(kComputed, 1));
+    const ImagePtr image = Draw(*AnyPicture(FloatsAndBytes(), 1));
     const int tiles = *rc::gen::inRange(1, 8);
     const ImagePtr plane = Through("VolumeToPlane", {{"slices_x", tiles}, {"background_value", 4.0}}, {image.get()});
     const int width = static_cast<int>(image->Size().x);
@@ -261,7 +266,7 @@ RC_GTEST_PROP(NodeLaws, VolumeToPlaneTilesAreTheSlices, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, ShrinkUndoesExpand, ()) {
-    const ImagePtr image = Draw(*AnyPicture(kComputed));
+    const ImagePtr image = Draw(*AnyPicture(FloatsAndBytes()));
     const ImagePtr expanded = Through("Expand", {}, {image.get()});
     RequireSame(*AsVolume(*image), *Through("Shrink", {{"mode", "SKIP"}}, {expanded.get()}));
     if (image->Type() == IMAGE_GREY_8) { // equal samples have the same largest and smallest one, and mean
@@ -272,7 +277,7 @@ RC_GTEST_PROP(NodeLaws, ShrinkUndoesExpand, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, ScaleByMinusOneIsAFlipOfOddExtents, (bool x, bool y, bool z)) {
-    const ImagePtr image = Draw(*AnyPicture(kComputed, 1));
+    const ImagePtr image = Draw(*AnyPicture(FloatsAndBytes(), 1));
     const CSize& size = image->Size();
     RC_PRE(size.x % 2 == 1 && size.y % 2 == 1 && size.z % 2 == 1);
     RequireSame(*Through("Flip", {{"flip_x", x}, {"flip_y", y}, {"flip_z", z}}, {image.get()}),
@@ -282,7 +287,7 @@ RC_GTEST_PROP(NodeLaws, ScaleByMinusOneIsAFlipOfOddExtents, (bool x, bool y, boo
 }
 
 RC_GTEST_PROP(NodeLaws, ResizeByWholeFactorsKeepsTheElementsInItsGrid, ()) {
-    StPicture picture = *FewNumbers(kComputed, 1);
+    StPicture picture = *FewNumbers(FloatsAndBytes(), 1);
     picture.size = CSize(picture.size.x, picture.size.y);
     const ImagePtr image = Draw(picture);
     const int factor = *rc::gen::inRange(2, 5);
@@ -306,7 +311,7 @@ ImagePtr InHalves(const char* name, const Settings& settings, const CImage& imag
 }
 
 RC_GTEST_PROP(NodeLaws, SlicesAreServedEachByItself, (bool flag)) {
-    const ImagePtr image = AsVolume(*Draw(*FewNumbers(kComputed, 2)));
+    const ImagePtr image = AsVolume(*Draw(*FewNumbers(FloatsAndBytes(), 2)));
     RC_PRE(image->Size().z > 1);
     const double angle = *rc::gen::inRange(-180, 181);
     const std::string method = *rc::gen::element<std::string>("NEAREST_NEIGHBOR", "BILINEAR");
@@ -342,8 +347,7 @@ RC_GTEST_PROP(NodeLaws, AutocropGivesWhatItsMapExtracts, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, DeleteDuplicateLeavesNothingToDelete, ()) {
-    const ImagePtr image =
-        Draw(*FewNumbers(TypesWithout({IMAGE_GREY_64, IMAGE_GREY_D, IMAGE_RGB_8, IMAGE_BINARY_BG}), 1));
+    const ImagePtr image = Draw(*FewNumbers(UsualTypes(), 1));
     const std::string along = *rc::gen::element<std::string>("X", "Y");
     for (const char* size : {"SIZE_OF_INPUT", "SIZE_OF_RESULT"}) {
         const Settings settings{{"along", along}, {"size_count", size}};
@@ -358,7 +362,7 @@ RC_GTEST_PROP(NodeLaws, DeleteDuplicateLeavesNothingToDelete, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, DeleteDuplicateTreatsRowsAsColumns, ()) {
-    const ImagePtr image = Draw(*FewNumbers(kUsual, 1));
+    const ImagePtr image = Draw(*FewNumbers(UsualTypes(), 1));
     const auto switched = [](const CImage& given) { return Through("SwitchAxes", {{"axes", "YXZ"}}, {&given}); };
     const ImagePtr sideways = switched(*image);
     for (const int slot : {0, 1}) {
@@ -402,7 +406,7 @@ RC_GTEST_PROP(NodeLaws, LabelsOfTheTableOfAllBytesStay, ()) {
 RC_GTEST_PROP(NodeLaws, TablesOfLabelsCompose, ()) {
     const ImagePtr image = Draw(*AnyPicture({IMAGE_GREY_8, IMAGE_BINARY_FG}));
     const ImagePtr first = Draw(*AnyPictureOf({IMAGE_GREY_8}, CSize(256, 1)));
-    const ImagePtr second = Draw(*AnyPictureOf(kUsual, CSize(16, 16)));
+    const ImagePtr second = Draw(*AnyPictureOf(UsualTypes(), CSize(16, 16)));
     const ImagePtr both = Through("LabelToValue", {}, {first.get(), second.get()});
     const ImagePtr inTurn = Through("LabelToValue", {}, {image.get(), first.get()});
     RequireSame(*Through("LabelToValue", {}, {image.get(), both.get()}),
@@ -434,7 +438,7 @@ RC_GTEST_PROP(NodeLaws, SizesStayWhereverTheLabelsAre, (bool x, bool y, bool sli
 }
 
 RC_GTEST_PROP(NodeLaws, ComposeBehindIsAnAppend, ()) {
-    StPicture picture = *AnyPicture(kComputed, 1);
+    StPicture picture = *AnyPicture(FloatsAndBytes(), 1);
     picture.size = CSize(picture.size.x, picture.size.y);
     const ImagePtr first = Draw(picture);
     const bool alongX = *rc::gen::arbitrary<bool>();
@@ -447,7 +451,7 @@ RC_GTEST_PROP(NodeLaws, ComposeBehindIsAnAppend, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, EmplaceOfAWholePatchWrappedIsATranslate, ()) {
-    const StPicture picture = *AnyPicture(kShifted, 1);
+    const StPicture picture = *AnyPicture(TypesOfTranslate(), 1);
     const ImagePtr patch = Draw(picture);
     const ImagePtr base = Draw(*AnyPictureOf({picture.type}, picture.size));
     const Settings shift = AnyShift(-90, 90);
@@ -461,7 +465,7 @@ RC_GTEST_PROP(NodeLaws, EmplaceOfAWholePatchWrappedIsATranslate, ()) {
 }
 
 RC_GTEST_PROP(NodeLaws, MasksOfEmplaceDecideForAll, ()) {
-    const StPicture picture = *AnyPicture(kEveryType, 1);
+    const StPicture picture = *AnyPicture(AllTypes(), 1);
     const ImagePtr base = Draw(picture);
     const ImagePtr patch = Draw(*AnyPictureOf({picture.type}, picture.size));
     const IImage::CType maskType = *rc::gen::elementOf(TypesWithout({IMAGE_RGB_8}));

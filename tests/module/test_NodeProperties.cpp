@@ -119,7 +119,7 @@ CSize Resized(const CGiven& given) {
         return size;
     }
     const auto scaled = [](std::int64_t extent, double scale) {
-        return static_cast<std::int64_t>(static_cast<double>(extent) * scale + 0.5);
+        return static_cast<std::int64_t>(std::trunc(static_cast<double>(extent) * scale + 0.5));
     };
     return {scaled(size.x, x), scaled(size.y, y)};
 }
