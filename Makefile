@@ -2,7 +2,7 @@
 
 SOURCES = $(shell find include src tests bench examples -name '*.h' -o -name '*.cpp' 2>/dev/null)
 
-.PHONY: help demo docs test test-large check-docs asan asan-clang tsan clang coverage mutants bench bench-growth bench-processes fuzz valgrind check-all check-format format tidy package clean
+.PHONY: help demo docs test test-large check-docs asan asan-clang tsan clang coverage mutants bench bench-growth bench-processes fuzz valgrind soak check-all check-format format tidy package clean
 
 help:
 	@echo "make demo          build the programs and run them on sample pictures"
@@ -20,6 +20,7 @@ help:
 	@echo "make bench-processes  measure whole processes beside other shell tools"
 	@echo "make fuzz          each fuzzer for SECONDS=60, on a corpus that grows in build-asan-clang/corpus"
 	@echo "make valgrind      the quick tests under Valgrind, which tells of elements that nobody has written"
+	@echo "make soak          many runs in one process, whose memory must stay what it is"
 	@echo "make check-all     the checks that take too long for .ci/run: some hours"
 	@echo "make check-format  tell which files clang-format would change; make format changes them"
 	@echo "make tidy          clang-tidy over everything, or over FILES='regular expressions'"
@@ -116,7 +117,13 @@ valgrind:
 	@cmake --build --preset release
 	@scripts/valgrind.sh build
 
-check-all: asan asan-clang tsan clang test-large valgrind mutants fuzz
+soak:
+	@scripts/install_packages.sh build tests
+	@cmake --preset release -DVESSA_TESTS=ON
+	@cmake --build --preset release --target soak
+	@build/soak/soak
+
+check-all: asan asan-clang tsan clang test-large valgrind mutants fuzz soak
 
 check-format:
 	@scripts/install_packages.sh checks
