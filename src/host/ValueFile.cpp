@@ -235,9 +235,10 @@ std::optional<EnFormat> FormatOf(const std::string& file) {
 
 std::unique_ptr<CValue> ReadValue(const std::string& file, const StReadOptions& options) {
     return WithFileErrors(Shown(file, kStandardInput), [&]() -> std::unique_ptr<CValue> {
-        const auto told = file == kStandardStream ? std::nullopt : std::optional(FormatOfEnding(file));
+        const bool isStream = file == kStandardStream;
+        const EnFormat told = isStream ? EnFormat() : FormatOfEnding(file); // before the file is looked for
         const CInputFile input(file);
-        const StFormat& format = Entry(told ? *told : FormatOfContent(input));
+        const StFormat& format = Entry(isStream ? FormatOfContent(input) : told);
         if (format.images == nullptr) {
             return ReadMap(input, options);
         }
