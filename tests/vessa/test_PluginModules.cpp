@@ -142,7 +142,8 @@ protected:
 
 TEST_F(PluginFiles, OfAnotherProcessorAreToldAsSuch) {
     ASSERT_EQ(Refusal(m_bytes), "");
-    for (const std::size_t place : {EI_CLASS, EI_DATA, 18, 19}) { // the last two hold the machine
+    for (const std::size_t place :
+         std::initializer_list<std::size_t>{EI_CLASS, EI_DATA, 18, 19}) { // the last two hold the machine
         std::string other = m_bytes;
         other[place] = static_cast<char>(other[place] ^ 3);
         EXPECT_EQ(Refusal(other), "it is made for another kind of processor") << place;
