@@ -326,9 +326,9 @@ TEST(Rotate, QuarterTurnsOfVolumesTurnEachPlane) {
     }
 }
 
-TEST(Rotate, TurnsPlanesThatNoCacheHoldsByAQuarter) {
-    constexpr std::int64_t width = 2101;
-    constexpr std::int64_t height = 4112;
+TEST(Rotate, TurnsPlanesBeyondTheCachesByAQuarter) {
+    constexpr std::int64_t width = 1101;
+    constexpr std::int64_t height = 2064;
     std::mt19937 random(4);
     for (const int quarters : {1, 3}) {
         CNodeUnderTest node("Rotate");

@@ -87,9 +87,10 @@ void EndStreams() {
 #endif
 }
 
-/// True for an output whose rows are whole cache lines and that is larger than what the caches keep for the next node.
+/// True for an output whose rows are whole cache lines and that is larger than what the caches keep for the next node,
+/// beside an input of the same size.
 template <class T> bool ShouldStream(const T* out, std::int64_t outStride, std::int64_t rows) {
-    constexpr std::int64_t cached = std::int64_t{32} << 20;
+    constexpr std::int64_t cached = std::int64_t{8} << 20;
     const std::int64_t strideBytes = std::abs(outStride) * static_cast<std::int64_t>(sizeof(T));
     return strideBytes % kLine == 0 && reinterpret_cast<std::uintptr_t>(out) % kLine == 0 &&
            strideBytes > cached / rows;
