@@ -57,7 +57,8 @@ void AddPipelineOptions(CArgumentParser& parser, StPipelineArguments& said) {
         ->type_name("NUMBER")
         ->check(CLI::Range(1U, mostWorkers).description(""))
         ->take_last();
-    app.add_flag("--resume", said.resume, "Pass over files whose outputs are there and newer");
+    app.add_flag("--resume", said.resume,
+                 "Pass over files whose outputs are there and newer; sync those that are written");
     app.add_flag("--stop-on-error", said.stopOnError, "Begin no further file once one has failed");
     app.add_flag("--dot", said.dot, "Print the graph for Graphviz, and do nothing");
     AddRunOptions(parser, said.run);
@@ -131,8 +132,8 @@ void RunPipeline(const StContext& context, const StPipelineArguments& said) {
         return;
     }
     std::vector<StJob> jobs = PlanJobs(graph, said.inputs, said.outputs);
-    // A later run with --resume trusts the names of the outputs, which a power failure must not part from the content.
-    StBatchOptions options{{WriteOptions(said.run), true, nullptr}, said.workers, said.stopOnError};
+    // Resuming trusts the names of outputs, which a power failure must not part from the content. Others needn't wait.
+    StBatchOptions options{{WriteOptions(said.run), said.resume, nullptr}, said.workers, said.stopOnError};
     for (const StJob& job : jobs) {
         CheckFiles(graph, job.files, options.run.write);
     }

@@ -43,9 +43,13 @@ protected:
         s_named = 0;
     }
 
-    StResult RunPipeline() const {
-        return RunHere({"pipeline", m_folder / "g.json", "-i", "p=" + kPicture, "-o", "a=" + (m_folder / "out/a.png"),
-                        "-o", "b=" + (m_folder / "out/b.tif")});
+    StResult RunPipeline(const std::vector<std::string>& options = {"--resume"}) const {
+        std::vector<std::string> words{"pipeline", m_folder / "g.json",
+                                       "-i",       "p=" + kPicture,
+                                       "-o",       "a=" + (m_folder / "out/a.png"),
+                                       "-o",       "b=" + (m_folder / "out/b.tif")};
+        words.insert(words.end(), options.begin(), options.end());
+        return RunHere(words);
     }
 
     CTestFolder m_folder;
@@ -72,7 +76,8 @@ TEST_F(SyncedOutputs, AreWrittenWhereTheFileSystemKnowsNoSuchThing) {
     EXPECT_TRUE(fs::exists(m_out / "a.png"));
 }
 
-TEST_F(SyncedOutputs, AreThoseOfPipelinesOnly) {
+TEST_F(SyncedOutputs, AreThoseThatAreToBeTrustedOnly) {
+    EXPECT_EQ(RunPipeline({}), (StResult{0, "", ""}));
     EXPECT_EQ(RunHere({"run", "Flip", "-i", kPicture, "-o", m_folder / "out/a.png"}), (StResult{0, "", ""}));
     EXPECT_EQ(s_synced, 0);
 }
