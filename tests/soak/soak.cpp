@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 namespace {
 
 constexpr int kTenths = 10;
-constexpr int kWarmUp = 3; // tenths, before the first one: the heaps of the threads take their shape
+constexpr int kWarmUp = 10; // tenths, before the first one: until then the heaps of the threads take their shape
 constexpr int kNodeRuns = 100000;
 constexpr int kBatches = 100;
 constexpr int kFilesOfBatch = 100;
