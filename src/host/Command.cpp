@@ -143,6 +143,15 @@ void CArgumentParser::RefuseRest() const {
     throw CUseError("unknown option '" + name + "'" + NearestHint(name, OptionNames(m_app)));
 }
 
+bool CArgumentParser::ParseAll(const Arguments& arguments, std::ostream& out) {
+    Parse(arguments);
+    RefuseRest();
+    if (m_help) {
+        out << Help();
+    }
+    return !m_help;
+}
+
 void CArgumentParser::ParseBefore(Arguments before) {
     if (PositionBehind(m_app, before).value != nullptr) {
         before.pop_back(); // an option whose value is being typed

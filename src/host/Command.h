@@ -78,6 +78,8 @@ public:
     void Parse(const Arguments& arguments);
     /// Raises a `CUseError` about the first argument that the parser didn't know.
     void RefuseRest() const;
+    /// Parses arguments that the parser must know. False if they ask for help, which it writes. Raises a `CUseError`.
+    bool ParseAll(const Arguments& arguments, std::ostream& out);
 
     /// Parses the arguments in front of one that is being typed, as far as they are right.
     void ParseBefore(Arguments before);

@@ -29,10 +29,7 @@ void DescribeCommand(const StContext& context, const Arguments& arguments) {
     CArgumentParser parser("vessa describe", "Tells all that a node says of itself.");
     StDescribeArguments said;
     AddDescribeOptions(parser, context, said);
-    parser.Parse(arguments);
-    parser.RefuseRest();
-    if (parser.WantsHelp()) {
-        context.out << parser.Help();
+    if (!parser.ParseAll(arguments, context.out)) {
         return;
     }
     const CModules::StNode found = CModules(context.places, said.plugins, context.err).Make(said.node);

@@ -119,10 +119,7 @@ void DocCommand(const StContext& context, const Arguments& arguments) {
                            "make of the samples.");
     StDocArguments said;
     AddDocOptions(parser, said);
-    parser.Parse(arguments);
-    parser.RefuseRest();
-    if (parser.WantsHelp()) {
-        context.out << parser.Help();
+    if (!parser.ParseAll(arguments, context.out)) {
         return;
     }
     if (said.folder.empty()) {

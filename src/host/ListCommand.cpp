@@ -54,10 +54,7 @@ void ListCommand(const StContext& context, const Arguments& arguments) {
     CArgumentParser parser("vessa list", "Lists the nodes, by the module that they come from.");
     StListArguments said;
     AddListOptions(parser, said);
-    parser.Parse(arguments);
-    parser.RefuseRest();
-    if (parser.WantsHelp()) {
-        context.out << parser.Help();
+    if (!parser.ParseAll(arguments, context.out)) {
         return;
     }
     const auto modules = CModules(context.places, said.plugins, context.err).All();

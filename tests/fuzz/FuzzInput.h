@@ -5,10 +5,17 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace vessa::fuzz {
+
+/// This process's own file with that ending, for what is read by name.
+inline std::string OwnFile(const std::string& ending) {
+    return (std::filesystem::temp_directory_path() / ("fuzz-" + std::to_string(::getpid()) + ending)).string();
+}
 
 /// The bytes of an input. Behind their end all are 0, so that every input means something.
 class CFuzzInput {

@@ -1,13 +1,13 @@
 // Reads a file of one format. What can be read can be written in that format and comes back the same; what can't is
 // refused with one line.
 
+#include "FuzzInput.h"
 #include "ValueFile.h"
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <unistd.h>
 
 using namespace vessa;
 using namespace QUOR;
@@ -15,8 +15,7 @@ using namespace QUOR;
 namespace {
 
 const std::string& File() {
-    static const std::string file =
-        (std::filesystem::temp_directory_path() / ("fuzz-" + std::to_string(::getpid()) + FUZZ_ENDING)).string();
+    static const std::string file = fuzz::OwnFile(FUZZ_ENDING);
     return file;
 }
 

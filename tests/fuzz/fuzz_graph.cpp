@@ -1,6 +1,7 @@
 // Reads a graph file: it is a graph, which can be shown, or it is refused with a message that names it.
 
 #include "Errors.h"
+#include "FuzzInput.h"
 #include "GraphFile.h"
 #include "GraphText.h"
 
@@ -9,15 +10,13 @@
 #include <fstream>
 #include <iostream>
 #include <sstream>
-#include <unistd.h>
 
 using namespace vessa;
 
 namespace {
 
 const std::string& File() {
-    static const std::string file =
-        (std::filesystem::temp_directory_path() / ("fuzz-" + std::to_string(::getpid()) + ".json")).string();
+    static const std::string file = fuzz::OwnFile(".json");
     return file;
 }
 

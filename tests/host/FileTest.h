@@ -5,6 +5,7 @@
 #include "InputFile.h"
 #include "MemoryLimit.h"
 #include "NodeTest.h"
+#include "ProgramTest.h"
 #include "ValueFile.h"
 
 #include <algorithm>
@@ -39,17 +40,12 @@ using QUOR::test::ZeroImage;
 /// A test with an empty folder, which is removed at its end.
 class FileTest : public testing::Test {
 protected:
-    FileTest() : m_folder(NewFolder()) {}
-    ~FileTest() override { std::filesystem::remove_all(m_folder); }
-    FileTest(const FileTest&) = delete;
-    FileTest& operator=(const FileTest&) = delete;
-
     /// The path of a file in the folder.
-    std::string Path(const std::string& name) const { return m_folder + "/" + name; }
+    std::string Path(const std::string& name) const { return m_folder / name; }
 
     std::set<std::string> Names() const {
         std::set<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(m_folder)) {
+        for (const auto& entry : std::filesystem::directory_iterator(m_folder.Path())) {
             names.insert(entry.path().filename().string());
         }
         return names;
@@ -61,10 +57,7 @@ protected:
         std::ofstream(Path(name), std::ios::binary) << bytes;
     }
 
-    std::string Get(const std::string& name) const {
-        std::ifstream file(Path(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    }
+    std::string Get(const std::string& name) const { return TextOf(Path(name)); }
 
     /// The image in a file; fails the test and gives an empty one if it can't be read.
     ImagePtr Read(const std::string& name, const StReadOptions& options = {}) const {
@@ -143,22 +136,15 @@ protected:
     }
 
 private:
-    static std::string NewFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "vessa-test-XXXXXX").string();
-        if (::mkdtemp(name.data()) == nullptr) {
-            throw std::runtime_error("no folder for the test's files");
-        }
-        return name;
-    }
-
     template <class Work> std::string ErrorOf(const Work& work) const {
         try {
             work();
             return "";
         } catch (const CFileError& failure) {
             std::string text = failure.Message();
-            const std::size_t place = text.find(m_folder + "/");
-            return place == std::string::npos ? text : text.erase(place, m_folder.size() + 1);
+            const std::string folder = Path("");
+            const std::size_t place = text.find(folder);
+            return place == std::string::npos ? text : text.erase(place, folder.size());
         }
     }
 
@@ -173,7 +159,7 @@ private:
         }
     }
 
-    std::string m_folder;
+    CTestFolder m_folder;
 };
 
 /// The bytes of the texts and numbers in order; numbers have the width of their type.

@@ -2,6 +2,7 @@
 // every kind, new objects and old ones, and files through graphs. Fails unless the memory at the end of each part is
 // within one per cent of that after its first tenth.
 
+#include "OutputFolder.h"
 #include "Program.h"
 
 #include "vessa.h"
@@ -171,15 +172,10 @@ bool PipelineStaysFlat(const fs::path& folder) {
 } // namespace
 
 int main(int count, char** arguments) {
-    std::string folder = (fs::temp_directory_path() / "vessa-soak-XXXXXX").string();
-    if (::mkdtemp(folder.data()) == nullptr) {
-        std::printf("no folder for files\n");
-        return 1;
-    }
+    const vessa::CInterimFolder folder(fs::temp_directory_path());
     LLVMFuzzerInitialize(&count, &arguments); // silences std::cout
     std::cerr.setstate(std::ios::failbit);    // where a node warns
     const bool nodes = NodesStayFlat();
-    const bool pipeline = PipelineStaysFlat(folder);
-    fs::remove_all(folder);
+    const bool pipeline = PipelineStaysFlat(folder.Path());
     return nodes && pipeline ? 0 : 1;
 }

@@ -5,6 +5,7 @@
 #include "base/Exception.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace QUOR {
@@ -16,15 +17,16 @@ namespace {
 /// The first part of a path and what follows its `/`.
 struct StPath {
     CValue_Key first;
-    CValue_Key rest; ///< the key of no entry behind the last part
+    CValue_Key rest;
 };
 
-StPath Split(const CValue_Key& key) {
+/// Nothing for a key that is no path.
+std::optional<StPath> PathOf(const CValue_Key& key) {
     const std::size_t slash = key.Text().find('/');
     if (slash == std::string::npos) {
-        return {key, CValue_Key()};
+        return std::nullopt;
     }
-    return {CValue_Key(key.Text().substr(0, slash)), CValue_Key(key.Text().substr(slash + 1))};
+    return StPath{CValue_Key(key.Text().substr(0, slash)), CValue_Key(key.Text().substr(slash + 1))};
 }
 
 } // namespace
@@ -74,15 +76,13 @@ const std::type_info* CValueMap::TypeId() { return &typeid(CValueMap); }
 
 CValue* CValueMap::Entry(const CValue_Key& key, bool required) const {
     CValue* entry = nullptr;
-    const std::size_t slash = key.Text().find('/');
-    if (slash == std::string::npos) {
-        const auto found = m_entries.find(key);
-        entry = found == m_entries.end() ? nullptr : found->second.get();
-    } else {
-        const CValue* branch = Entry(CValue_Key(key.Text().substr(0, slash)), false);
+    if (const auto path = PathOf(key)) {
+        const CValue* branch = Entry(path->first, false);
         if (branch != nullptr && branch->GenericType() == EnValType::Map) {
-            entry = branch->Map()->Entry(CValue_Key(key.Text().substr(slash + 1)), false);
+            entry = branch->Map()->Entry(path->rest, false);
         }
+    } else if (const auto found = m_entries.find(key); found != m_entries.end()) {
+        entry = found->second.get();
     }
     if (entry == nullptr && required) {
         Raise("there is no entry " + key.ToString());
@@ -97,24 +97,24 @@ void CValueMap::SetEntry(const CValue_Key& key, CValue* value) {
     if (key.IsNone()) {
         Raise("an entry needs a key");
     }
-    const StPath path = Split(key);
-    if (path.rest.IsNone()) {
-        const auto old = m_entries.find(path.first);
+    const auto path = PathOf(key);
+    if (!path) {
+        const auto old = m_entries.find(key);
         if (old != m_entries.end() && old->second.get() == value) {
             static_cast<void>(owned.release()); // the entry is its own successor
         } else if (value == nullptr) {
-            m_entries.erase(path.first);
+            m_entries.erase(key);
         } else {
-            m_entries[path.first] = std::move(owned);
+            m_entries[key] = std::move(owned);
         }
         return;
     }
-    const auto next = m_entries.find(path.first);
+    const auto next = m_entries.find(path->first);
     if (next == m_entries.end()) {
         if (value != nullptr) {
             auto branch = std::make_unique<CValueMap>();
-            branch->SetEntry(path.rest, owned.release());
-            m_entries[path.first] = std::move(branch);
+            branch->SetEntry(path->rest, owned.release());
+            m_entries[path->first] = std::move(branch);
         }
         return;
     }
@@ -122,7 +122,7 @@ void CValueMap::SetEntry(const CValue_Key& key, CValue* value) {
         Raise("the path " + key.ToString() + " leads through an entry that is " +
               KindName(next->second->GenericType()));
     }
-    next->second->Map()->SetEntry(path.rest, owned.release());
+    next->second->Map()->SetEntry(path->rest, owned.release());
 }
 
 bool CValueMap::HasEntry(const CValue_Key& key, EnValType kind) const {
@@ -140,13 +140,13 @@ bool CValueMap::HasEntry(const CValue_Key& key) const { return Entry(key, false)
 bool CValueMap::RemoveEntry(const CValue_Key& key) { return std::unique_ptr<CValue>(Detach(key)) != nullptr; }
 
 CValue* CValueMap::Detach(const CValue_Key& key) {
-    const StPath path = Split(key);
-    const auto found = m_entries.find(path.first);
+    const auto path = PathOf(key);
+    const auto found = m_entries.find(path ? path->first : key);
     if (found == m_entries.end()) {
         return nullptr;
     }
-    if (!path.rest.IsNone()) {
-        return found->second->GenericType() == EnValType::Map ? found->second->Map()->Detach(path.rest) : nullptr;
+    if (path) {
+        return found->second->GenericType() == EnValType::Map ? found->second->Map()->Detach(path->rest) : nullptr;
     }
     CValue* value = found->second.release();
     m_entries.erase(found);
