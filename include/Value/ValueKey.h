@@ -4,6 +4,7 @@
 
 #include <compare>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace QUOR {
@@ -13,14 +14,19 @@ class VESSA_API CValue_Key {
 public:
     /// The key of no entry: what a search without success gives.
     CValue_Key() = default;
-    CValue_Key(const char* text); // NOLINT(google-explicit-constructor): keys are written as literals
+    /// Inline, so that the compiler does all of it for a literal: nodes look up their parameters at each run.
+    CValue_Key(const char* text) // NOLINT(google-explicit-constructor): keys are written as literals
+        : m_kind(text == nullptr ? EnKind::None : EnKind::Text), m_text(text == nullptr ? "" : text),
+          m_isPath(text != nullptr && HasSlash(text)) {}
     CValue_Key(int index) : CValue_Key(static_cast<long long>(index)) {}   // NOLINT(google-explicit-constructor)
     CValue_Key(long long index) : m_kind(EnKind::Index), m_index(index) {} // NOLINT(google-explicit-constructor)
-    explicit CValue_Key(std::string text) : m_kind(EnKind::Text), m_text(std::move(text)) {}
+    explicit CValue_Key(std::string text) : m_kind(EnKind::Text), m_text(std::move(text)), m_isPath(HasSlash(m_text)) {}
 
     bool IsNone() const { return m_kind == EnKind::None; }
     bool IsIndex() const { return m_kind == EnKind::Index; }
     bool IsText() const { return m_kind == EnKind::Text; }
+    /// A text with a `/`.
+    bool IsPath() const { return m_isPath; }
 
     /// The number of a number key, 0 for others.
     long long Index() const { return m_index; }
@@ -36,9 +42,12 @@ public:
 private:
     enum class EnKind : int { None, Index, Text };
 
+    static bool HasSlash(std::string_view text) { return text.find('/') != std::string_view::npos; }
+
     EnKind m_kind = EnKind::None;
     long long m_index = 0;
     std::string m_text;
+    bool m_isPath = false;
 };
 
 } // namespace QUOR

@@ -37,8 +37,9 @@ VESSA_API void FreeZeros(void* zeros, std::size_t bytes) noexcept; ///< asked fo
 
 /// The block of memory that holds an image's elements, aligned to 64 bytes. Its bytes aren't initialised.
 ///
-/// Large blocks come in huge pages where the system has them, and freed large blocks are kept for the next images, up
-/// to an eighth of the machine's memory and 1 GiB at the most: mapping fresh memory costs more than copying it.
+/// Freed blocks are kept for the next images of their size: mapping fresh memory costs more than copying it. Blocks of
+/// 2 MiB and more come in huge pages where the system has them, and are kept up to an eighth of the machine's memory
+/// and 1 GiB at the most; of smaller ones down to 4 KiB 16 MiB are.
 class VESSA_API CBuffer {
 public:
     static constexpr std::size_t kAlignment = 64;

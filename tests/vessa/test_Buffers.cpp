@@ -9,6 +9,9 @@ namespace QUOR::test {
 namespace {
 
 /// Blocks from here on are kept when they are freed.
+constexpr std::size_t kKept = 4096;
+
+/// Blocks from here on are whole huge pages.
 constexpr std::size_t kLarge = std::size_t{2} << 20;
 
 bool IsFilledWith(const CBuffer& buffer, unsigned char value) {
@@ -102,33 +105,61 @@ TEST(Buffers, TakeLargeBlocksFromThoseThatWereFreed) {
     CBuffer::ReleaseKept();
 }
 
-TEST(Buffers, TakeTheBlockFreedLastAmongThoseOfASize) {
+TEST(Buffers, TakeSmallBlocksFromThoseThatWereFreed) {
     CBuffer::ReleaseKept();
-    const void* freedLast = nullptr;
-    {
-        const CBuffer last(kLarge);
-        const CBuffer first(kLarge);
-        freedLast = last.Data();
+    const void* first = AddressOfFreed(3 * kKept);
+    const void* second = AddressOfFreed(kLarge - 1);
+    CBuffer again(3 * kKept);
+    EXPECT_EQ(again.Data(), first) << "the block of this size, not the one freed last";
+    CBuffer almost(kLarge - 64);
+    EXPECT_NE(almost.Data(), second) << "sizes count in units of 64 bytes";
+    CBuffer last(kLarge - 63);
+    EXPECT_EQ(last.Data(), second);
+    EXPECT_TRUE(IsFilledWith(last.Set(3), 3));
+    CBuffer::ReleaseKept();
+}
+
+TEST(Buffers, TakeTheBlockFreedLastAmongThoseOfASize) {
+    for (const std::size_t bytes : {kKept, kLarge}) {
+        CBuffer::ReleaseKept();
+        const void* freedLast = nullptr;
+        {
+            const CBuffer last(bytes);
+            const CBuffer first(bytes);
+            freedLast = last.Data();
+        }
+        EXPECT_EQ(CBuffer(bytes).Data(), freedLast);
     }
-    EXPECT_EQ(CBuffer(kLarge).Data(), freedLast);
+    CBuffer::ReleaseKept();
+}
+
+TEST(Buffers, KeepLargeBlocksHoweverManySmallOnesAreFreed) {
+    CBuffer::ReleaseKept();
+    const void* large = AddressOfFreed(kLarge);
+    for (std::size_t bytes = kKept; bytes < kLarge; bytes += kKept) {
+        CBuffer(bytes).Set(1);
+    }
+    EXPECT_EQ(CBuffer(kLarge).Data(), large);
     CBuffer::ReleaseKept();
 }
 
 TEST(Buffers, KeepNoMoreThanTheyMay) {
-    CBuffer::ReleaseKept();
-    std::vector<CBuffer> many;
-    std::vector<const void*> blocks;
-    for (int count = 0; count < 200; ++count) {
-        many.emplace_back(kLarge);
-        blocks.push_back(many.back().Data());
+    for (const std::size_t bytes : {kKept, kLarge}) {
+        CBuffer::ReleaseKept();
+        std::vector<CBuffer> many;
+        std::vector<const void*> blocks;
+        for (int count = 0; count < 200; ++count) {
+            many.emplace_back(bytes);
+            blocks.push_back(many.back().Data());
+        }
+        std::sort(blocks.begin(), blocks.end());
+        EXPECT_EQ(std::adjacent_find(blocks.begin(), blocks.end()), blocks.end());
+        many.clear(); // more blocks than are kept
+        EXPECT_TRUE(IsFilledWith(CBuffer(bytes).Set(4), 4));
+        CBuffer::ReleaseKept();
+        CBuffer::ReleaseKept();
+        EXPECT_TRUE(IsFilledWith(CBuffer(bytes).Set(5), 5));
     }
-    std::sort(blocks.begin(), blocks.end());
-    EXPECT_EQ(std::adjacent_find(blocks.begin(), blocks.end()), blocks.end());
-    many.clear(); // more blocks than are kept
-    EXPECT_TRUE(IsFilledWith(CBuffer(kLarge).Set(4), 4));
-    CBuffer::ReleaseKept();
-    CBuffer::ReleaseKept();
-    EXPECT_TRUE(IsFilledWith(CBuffer(kLarge).Set(5), 5));
 }
 
 } // namespace

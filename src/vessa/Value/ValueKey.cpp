@@ -2,12 +2,6 @@
 
 namespace QUOR {
 
-CValue_Key::CValue_Key(const char* text) : m_kind(text == nullptr ? EnKind::None : EnKind::Text) {
-    if (text != nullptr) {
-        m_text = text;
-    }
-}
-
 std::string CValue_Key::ToString() const {
     switch (m_kind) {
     case EnKind::Index:

@@ -22,10 +22,10 @@ struct StPath {
 
 /// Nothing for a key that is no path.
 std::optional<StPath> PathOf(const CValue_Key& key) {
-    const std::size_t slash = key.Text().find('/');
-    if (slash == std::string::npos) {
+    if (!key.IsPath()) {
         return std::nullopt;
     }
+    const std::size_t slash = key.Text().find('/');
     return StPath{CValue_Key(key.Text().substr(0, slash)), CValue_Key(key.Text().substr(slash + 1))};
 }
 

@@ -75,11 +75,12 @@ void CopyRegion(CImage& destination, const CImage& source, const StRegion& regio
     // Rows of the whole width follow one another without a gap: they are one run.
     const std::int64_t rowsOfRun = region.size.x == size.x ? region.size.y : 1;
     const std::size_t runBytes = static_cast<std::size_t>(region.size.x * rowsOfRun) * elementBytes;
-    for (std::size_t plane = 0; plane < planes; ++plane) {
+    const std::size_t planeBytes = size.Elements() * elementBytes;
+    for (std::size_t plane = 0; plane < planes; ++plane, in += planeBytes) {
         for (std::int64_t z = region.first.z; z < region.first.z + region.size.z; ++z) {
             for (std::int64_t y = region.first.y; y < region.first.y + region.size.y; y += rowsOfRun) {
                 const auto element = static_cast<std::size_t>(region.first.x + size.x * (y + size.y * z));
-                std::memcpy(out, in + (plane * size.Elements() + element) * elementBytes, runBytes);
+                std::memcpy(out, in + element * elementBytes, runBytes);
                 out += runBytes;
             }
         }
