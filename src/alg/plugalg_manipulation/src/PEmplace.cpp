@@ -182,20 +182,23 @@ void PlaceForeground(const StPlane& plane, const StExtents& base, const StExtent
     };
     const auto placeRow = [&](std::int64_t row, std::int64_t source) {
         copyBaseUpTo(row + base.width);
+        std::int64_t column = at.x;
         std::int64_t count = 0;
-        for (std::int64_t x = 0; x < size.width; x += count) {
-            const std::int64_t column = (at.x + x) % base.width;
+        for (std::int64_t x = 0; x < size.width; x += count, column = 0) {
             count = std::min(base.width - column, size.width - x);
             copyForeground(plane.patch + (source + x) * plane.elementBytes, plane.mask + (source + x) * plane.maskBytes,
                            plane.out + (row + column) * plane.elementBytes, count, plane.elementBytes, plane.maskBytes);
         }
     };
     for (std::int64_t z = 0; z < size.depth; ++z) {
+        const std::int64_t slice = (at.z + z) % base.depth;
+        std::int64_t row = at.y;
         for (std::int64_t y = 0; y < size.height; ++y) {
             const std::int64_t source = ElementNumber(patch, {from.x, from.y + y, from.z + z});
             if (source + size.width <= plane.readable) {
-                placeRow(ElementNumber(base, {0, (at.y + y) % base.height, (at.z + z) % base.depth}), source);
+                placeRow(ElementNumber(base, {0, row, slice}), source);
             }
+            row = row + 1 == base.height ? 0 : row + 1; // a division in each row would take as long as the row
         }
     }
     copyBaseUpTo(base.width * base.height * base.depth);
@@ -240,7 +243,9 @@ void PlaceWhole(const StPlane& plane, StExtents base, StExtents patch, StWindow 
             const std::int64_t source = ElementNumber(patch, {from.x, from.y + row, from.z + slice});
             if (source + size.width <= readable) {
                 const std::int64_t start = ElementNumber(base, {0, y, z});
-                place(start, source + size.width - overhang, overhang);
+                if (overhang > 0) {
+                    place(start, source + size.width - overhang, overhang);
+                }
                 place(start + at.x, source, size.width - overhang);
             }
         }
