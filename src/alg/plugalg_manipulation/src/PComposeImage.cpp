@@ -16,7 +16,6 @@
 #include <algorithm>
 #include <array>
 #include <limits>
-#include <vector>
 
 namespace QUOR {
 
@@ -114,14 +113,6 @@ struct StMean {
     }
 };
 
-struct StFirst {
-    template <class T> static T Mix(T a, T /*b*/) { return a; }
-};
-
-struct StSecond {
-    template <class T> static T Mix(T /*a*/, T b) { return b; }
-};
-
 struct StFirstUnlessZero {
     template <class T> static T Mix(T a, T b) { return a == T{0} ? b : a; }
 };
@@ -136,6 +127,14 @@ template <class Rule, class T> MANI_VECTOR_VARIANTS void MixRow(const T* a, cons
     }
 }
 
+template <class T> void TakeFirst(const T* a, const T* /*b*/, T* out, std::int64_t count) {
+    CopyElements(a, out, count);
+}
+
+template <class T> void TakeSecond(const T* /*a*/, const T* b, T* out, std::int64_t count) {
+    CopyElements(b, out, count);
+}
+
 template <class T> using MixFunction = void (*)(const T*, const T*, T*, std::int64_t);
 
 /// Any unknown text means the mean.
@@ -147,10 +146,10 @@ template <class T> MixFunction<T> ChooseMix(const CString& mode, bool ignoreZero
         return &MixRow<StMin, T>;
     }
     if (mode == "FIRST") {
-        return ignoreZero ? &MixRow<StFirstUnlessZero, T> : &MixRow<StFirst, T>;
+        return ignoreZero ? &MixRow<StFirstUnlessZero, T> : &TakeFirst<T>;
     }
     if (mode == "SECOND") {
-        return ignoreZero ? &MixRow<StSecondUnlessZero, T> : &MixRow<StSecond, T>;
+        return ignoreZero ? &MixRow<StSecondUnlessZero, T> : &TakeSecond<T>;
     }
     return &MixRow<StMean, T>;
 }
@@ -175,16 +174,28 @@ struct StStretch {
     bool second;
 };
 
+/// The stretches of an axis, in order.
+class CStretches {
+public:
+    void Add(const StStretch& stretch) { m_stretches[m_count++] = stretch; }
+    const StStretch* begin() const { return m_stretches.data(); }
+    const StStretch* end() const { return m_stretches.data() + m_count; }
+
+private:
+    std::array<StStretch, 5> m_stretches{}; ///< as many as two images make at the most
+    std::size_t m_count = 0;
+};
+
 /// Cuts a canvas along an axis where an image begins or ends.
-std::vector<StStretch> Stretches(std::int64_t canvas, const StRange& first, const StRange& second) {
+CStretches Stretches(std::int64_t canvas, const StRange& first, const StRange& second) {
     std::array<std::int64_t, 6> cuts{0, first.begin, first.end, second.begin, second.end, canvas};
     std::sort(cuts.begin(), cuts.end());
     const auto covers = [](const StRange& image, std::int64_t x) { return x >= image.begin && x < image.end; };
-    std::vector<StStretch> stretches;
+    CStretches stretches;
     for (std::size_t i = 1; i < cuts.size(); ++i) {
         const StRange range{cuts[i - 1], cuts[i]};
         if (range.begin < range.end) {
-            stretches.push_back({range, covers(first, range.begin), covers(second, range.begin)});
+            stretches.Add({range, covers(first, range.begin), covers(second, range.begin)});
         }
     }
     return stretches;
