@@ -294,7 +294,7 @@ def main():
     parser.add_argument("--seed", type=int, default=20, help="of the sample; 20 without it")
     parser.add_argument("--jobs", type=int, default=1, help="compilers at a time; tests run one after the other")
     parser.add_argument("--list", action="store_true", help="only print the mutants")
-    options = parser.parse_args()
+    options = parser.parse_intermixed_args()
 
     files = [SOURCES / Path(name).name for name in options.files] or sources()
     chosen = []

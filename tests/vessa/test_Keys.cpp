@@ -25,6 +25,17 @@ TEST(Keys, AreANumberATextOrNothing) {
     EXPECT_EQ(CValue_Key(std::string("a\0b", 3)).Text().size(), 3U);
 }
 
+TEST(Keys, ArePathsIfTheirTextHasASlash) {
+    EXPECT_TRUE(CValue_Key("gui/order").IsPath());
+    EXPECT_TRUE(CValue_Key("/").IsPath());
+    EXPECT_TRUE(CValue_Key(std::string("\0/", 2)).IsPath());
+    EXPECT_FALSE(CValue_Key("").IsPath());
+    EXPECT_FALSE(CValue_Key("gui\\order").IsPath());
+    EXPECT_FALSE(CValue_Key(3).IsPath());
+    EXPECT_FALSE(CValue_Key(static_cast<const char*>(nullptr)).IsPath());
+    EXPECT_FALSE(CValue_Key().IsPath());
+}
+
 TEST(Keys, AreEqualByKindAndContent) {
     EXPECT_EQ(CValue_Key(0), CValue_Key(0LL));
     EXPECT_NE(CValue_Key(0), CValue_Key("0"));

@@ -177,9 +177,6 @@ void TransposeBlock(const T* in, std::int64_t inStride, std::int64_t width, std:
 template <class T>
 void TransposePlane(const T* in, std::int64_t inStride, std::int64_t width, std::int64_t height, T* out,
                     std::int64_t outStride) {
-    if (width <= 0 || height <= 0) {
-        return;
-    }
     constexpr std::int64_t side = kSide<T>;
     constexpr std::int64_t blockSide = 16 * side;
     const bool streams = ShouldStream(out, outStride, width);

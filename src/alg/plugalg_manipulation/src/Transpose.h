@@ -4,8 +4,9 @@
 
 namespace QUOR::manipulation {
 
-/// Swaps rows and columns of a plane: element x of row y becomes element y of row x. Strides are the elements from one
-/// row to the next and may be negative: a plane that is read or written from its last row on is turned by a quarter.
+/// Swaps rows and columns of a plane, which isn't empty: element x of row y becomes element y of row x. Strides are the
+/// elements from one row to the next and may be negative: a plane that is read or written from its last row on is
+/// turned by a quarter.
 ///
 /// Made for unsigned integers of 8, 16, 32 and 64 bits, as patterns of bits, and for floats.
 template <class T>
