@@ -63,7 +63,8 @@ std::size_t MostInHugePages() {
 /// Freed blocks, ready for the next image of their size. The one freed longest ago leaves first.
 class CBlockCache {
 public:
-    /// Blocks are aligned to `unit` bytes and as long as so many units as they need. Up to `most` bytes are kept.
+    /// Blocks are aligned to `unit` bytes, a power of two, and as long as so many units as they need. Up to `most`
+    /// bytes are kept.
     CBlockCache(std::size_t unit, std::size_t most) : m_unit(unit), m_most(most) {}
 
     /// A kept block or, if there is none, a new one; null if there is no memory for it.
@@ -110,7 +111,7 @@ private:
         std::size_t bytes;
     };
 
-    std::size_t InUnits(std::size_t bytes) const { return (bytes + m_unit - 1) / m_unit * m_unit; }
+    std::size_t InUnits(std::size_t bytes) const { return (bytes + m_unit - 1) & ~(m_unit - 1); }
 
     /// The block of this size that was freed last: the processor's caches may still hold it.
     void* TakeKept(std::size_t size) noexcept {
