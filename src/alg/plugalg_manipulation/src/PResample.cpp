@@ -214,6 +214,10 @@ MANI_VECTOR_VARIANTS void ResampleBlock(const T* in, const StExtents& extents, S
             MixBlock(in, width, sources.number, sources.fractionX, sources.fractionY, count, out);
         } else {
             PickElements(in, sources.number, count, out);
+            for (int i = 0; i < count; ++i) { // without neighbours, what isn't served lies outside
+                out[i] = sources.unserved[i] != 0 ? background : out[i];
+            }
+            return;
         }
     }
     if (hasBlocks && sources.unservedCount == 0) {
