@@ -288,6 +288,18 @@ TEST(LabelToFeature, CountsMaskIndicesPastTheLabelsAsZero) {
     EXPECT_EQ(ElementsOf<float>(node.Output()), (std::vector<float>{3}));
 }
 
+TEST(LabelToFeature, ReachesTheNextSlicesByMaskIndicesPastTheFirst) {
+    // Label 1 stands at (1, 0): its region is 2 x 2 at (2, 0). The row bases 2 and 4 give the indices 2, 3, 4, 5 over
+    // 2: labels[1] twice, and twice labels[2], which is the second slice's first element.
+    for (const auto& [second, sum] : {std::pair{1.0F, 4.0F}, std::pair{5.0F, 2.0F}}) {
+        CNodeUnderTest node("LabelToFeature");
+        node.Set("feature_plugin", Plugin("Everything").c_str()).Set("feature_index", 3);
+        node.Input(0, ZeroImage(IMAGE_GREY_F, CSize(4, 2)));
+        node.Input(1, MakeImage<float>(IMAGE_GREY_F, CSize(2, 1, 2), {0, 1, second, 0})).Run();
+        EXPECT_EQ(ElementsOf<float>(node.Output()), (std::vector<float>{0, sum}));
+    }
+}
+
 TEST(LabelToFeature, GivesEmptyRegionsOutsideTheData) {
     CNodeUnderTest node("LabelToFeature");
     node.Set("feature_plugin", Plugin("Everything").c_str()).Set("feature_index", 2);

@@ -122,18 +122,23 @@ private:
     static double K1(double t) { return t * t * (t * 1.5 - 2.5) + 1.0; }
     static double K2(double t) { return ((2.5 - t * 0.5) * t - 4.0) * t + 2.0; }
 
-    double E(std::int64_t x, std::int64_t z) const {
+    static double E(T a, T b, T c) {
         if constexpr (kFloat) {
-            const float a = At(x, 0, z);
-            const float b = At(x, 1, z);
-            const float c = At(x, 2, z);
             const float first = 3.0F * a;
             const float second = 3.0F * b;
             const float difference = first - second;
             return difference + c;
         } else {
-            return 3 * (int{At(x, 0, z)} - int{At(x, 1, z)}) + int{At(x, 2, z)};
+            return 3 * (int{a} - int{b}) + int{c};
         }
+    }
+
+    double Above(std::int64_t x, std::int64_t z) const { return E(At(x, 0, z), At(x, 1, z), At(x, 2, z)); }
+
+    /// The corner goes to the left in each row first, and then up.
+    double Corner(std::int64_t z) const {
+        const auto left = [&](std::int64_t r) { return E(At(0, r, z), At(1, r, z), At(2, r, z)); };
+        return 3.0 * left(0) - 3.0 * left(1) + left(2);
     }
 
     double LeftOf(std::int64_t r, std::int64_t z) const {
@@ -158,9 +163,9 @@ private:
                 if (r >= 0) {
                     p[i] = column >= 0 ? At(column, r, z) : LeftOf(r, z);
                 } else if (ix >= 1) {
-                    p[i] = E(column, z);
+                    p[i] = Above(column, z);
                 } else {
-                    p[i] = i == 0 ? 3.0 * E(0, z) - 3.0 * E(1, z) + E(2, z) : Flat(z, -m_width + i - 1);
+                    p[i] = i == 0 ? Corner(z) : Flat(z, -m_width + i - 1);
                 }
             }
             v[j] = K1(fx) * p[1] + K2(fx + 1) * p[0] + K1(1 - fx) * p[2] + K2(2 - fx) * p[3];
@@ -583,6 +588,19 @@ TEST(Rotate, DropsAttributes) {
         node.Set("angle", angle).Input(0, std::move(image)).Run();
         EXPECT_TRUE(node.Output().Attributes().IsEmpty());
     }
+}
+
+TEST(Rotate, BicubicGoesToTheCornerAlongTheRowsAndThenUp) {
+    // The first row's element to the left is 2e38, and the corner's 6e38 in double precision. Up the column first it
+    // would be threefold in single precision, which is infinite.
+    std::vector<float> elements(25, 0.0F);
+    elements[2] = 2e38F;
+    CNodeUnderTest node("Rotate");
+    Configure(node, {25.0, 0.0, false, "BICUBIC_SPLINES"}).Input(0, Floats(5, 5, elements)).Run();
+    // Served from (0.24845..., 0.61000...): the weights before and after are -0.0701662 and -0.0231965 in x, and
+    // -0.0463901 before and 0.4102178 at the row in y. -0.0463901 * -0.0701662 * 3 + 0.4102178 * (-0.0701662 -
+    // 0.0231965) is -0.0285340.
+    EXPECT_EQ(ElementsOf<float>(node.Output())[1], -5.70680138e+36F);
 }
 
 TEST(Rotate, BicubicWrapsBytesAround) {

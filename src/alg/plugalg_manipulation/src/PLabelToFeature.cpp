@@ -313,18 +313,20 @@ std::unique_ptr<CImage> DataImage(const float* data, const StExtents& plane, con
 }
 
 /// The mask of a zone at the data's size. It divides the linear index by the scale, not its two coordinates, so that
-/// only the scale 1 gives the exact mask: features were always measured under this one. Indices past the labels' end
-/// count as 0.
-std::unique_ptr<CImage> ScaledMask(const float* labels, const StExtents& plane, std::int32_t label,
-                                   const StRegion& region, std::int64_t scale) {
+/// only the scale 1 gives the exact mask: features were always measured under this one. Indices past the first slice
+/// reach the next ones; those past the labels' end count as 0.
+std::unique_ptr<CImage> ScaledMask(const CImage& labelImage, std::int32_t label, const StRegion& region,
+                                   std::int64_t scale) {
     auto mask = NewRegion(region.width, region.height);
     if (IsEmpty(*mask)) {
         return mask;
     }
     auto* out = Elements<float>(*mask);
-    const std::int64_t end = plane.width * plane.height;
+    const auto* labels = Elements<float>(labelImage);
+    const auto [width, height, depth] = Extents(labelImage);
+    const std::int64_t end = width * height * depth;
     for (std::int64_t y = 0; y < region.height; ++y) {
-        const std::int64_t base = plane.width * (region.y + y) + region.x;
+        const std::int64_t base = width * (region.y + y) + region.x;
         for (std::int64_t x = 0; x < region.width; ++x) {
             const std::int64_t index = (base + x) / scale;
             *out++ = index < end && labels[index] == static_cast<float>(label) ? 1.0F : 0.0F;
@@ -338,7 +340,6 @@ std::unique_ptr<CImage> ScaledMask(const float* labels, const StExtents& plane, 
 void MeasureData(const CImage& dataImage, const CImage& labelImage, const StFeature& feature, CZones& zones) {
     const StExtents dataPlane = Extents(dataImage);
     const StExtents plane = Extents(labelImage);
-    const auto* labels = Elements<float>(labelImage);
     CValueMap data;
     if (feature.verbose) {
         std::cout << "zone count " << zones.Largest() << '\n';
@@ -351,7 +352,7 @@ void MeasureData(const CImage& dataImage, const CImage& labelImage, const StFeat
             std::cout << "scale " << scale << '\n' << "w " << region.width << '\n' << "h " << region.height << '\n';
         }
         const auto image = DataImage(Elements<float>(dataImage), dataPlane, region);
-        const auto mask = ScaledMask(labels, plane, record + 1, region, scale);
+        const auto mask = ScaledMask(labelImage, record + 1, region, scale);
         SetImage(data, "image-0", *image);
         SetImage(data, "image-mask", *mask);
         const float value = ComputeFeature(feature.plugin, feature.index, data);

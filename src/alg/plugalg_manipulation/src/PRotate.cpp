@@ -307,8 +307,18 @@ private:
         }
     }
 
-    static Exact Above(const StPlane<T>& plane, std::int64_t x) {
-        return Before(plane.At(x, 0), plane.At(x, 1), plane.At(x, 2));
+    /// The element above a column.
+    static double Above(const StPlane<T>& plane, std::int64_t x) {
+        return static_cast<double>(Before(plane.At(x, 0), plane.At(x, 1), plane.At(x, 2)));
+    }
+
+    /// The element above the one to the left of the first: three rows to the left, in the order of `Before` this time,
+    /// and these up in double precision.
+    static double Corner(const StPlane<T>& plane) {
+        const auto leftOf = [&](std::int64_t y) {
+            return static_cast<double>(Before(plane.At(0, y), plane.At(1, y), plane.At(2, y)));
+        };
+        return 3.0 * leftOf(0) - 3.0 * leftOf(1) + leftOf(2);
     }
 
     static double Row(const StPlane<T>& plane, std::int64_t ix, std::int64_t y, const StWeights& wx) {
@@ -318,15 +328,14 @@ private:
     }
 
     static double RowAbove(const StPlane<T>& plane, std::int64_t ix, const StWeights& wx) {
-        const auto above = [&](std::int64_t x) { return static_cast<double>(Above(plane, x)); };
         if (ix > 0) {
-            return WeighRow(wx, above(ix - 1), above(ix), above(ix + 1), above(ix + 2));
+            return WeighRow(wx, Above(plane, ix - 1), Above(plane, ix), Above(plane, ix + 1), Above(plane, ix + 2));
         }
         // In the corner only the first tap is extrapolated. The others are those before the plane in storage: the last
         // row of the plane before, or nothing.
         constexpr T none[3]{};
         const T* before = plane.number > 0 ? plane.elements - plane.width : none;
-        return WeighRow(wx, 3.0 * above(0) - 3.0 * above(1) + above(2), before[0], before[1], before[2]);
+        return WeighRow(wx, Corner(plane), before[0], before[1], before[2]);
     }
 
     std::int32_t m_width;
