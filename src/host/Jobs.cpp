@@ -230,7 +230,7 @@ std::vector<std::string> OutputPatterns(const StGraph& graph, const std::vector<
         });
     }
     for (std::size_t index = 0; index < patterns.size(); ++index) {
-        if (patterns[index].empty() && named.count(index) == 0) {
+        if (patterns[index].empty() && !named.contains(index)) {
             const std::string& name = graph.outputs[index].name;
             throw CUseError("the output '" + name + "' has no file: --output " + name +
                             "=FILE names one, 'none' drops it");
@@ -274,7 +274,7 @@ void RequireApart(const std::vector<StJob>& jobs) {
     for (const StJob& job : jobs) {
         for (const std::string& output : job.files.outputs) {
             const fs::path place = PlaceOf(output);
-            if (!output.empty() && read.count(place) != 0) {
+            if (!output.empty() && read.contains(place)) {
                 throw CUseError(output + ": the output would replace an input");
             }
             if (!output.empty() && !written.insert(place).second) {

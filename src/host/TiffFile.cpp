@@ -42,11 +42,13 @@ template <class File> struct StStream {
 /// have left its mark after.
 template <class Call> auto WithMemory(const Call& call) {
     constexpr std::size_t room = 1 << 16;
+    // NOLINTBEGIN(cppcoreguidelines-no-malloc): it is libtiff's allocator that is asked
     void* volatile block = std::malloc(room); // or else the compiler would see that nobody uses it
     if (block == nullptr) {
         throw std::bad_alloc();
     }
     std::free(block);
+    // NOLINTEND(cppcoreguidelines-no-malloc)
     errno = 0;
     auto result = call();
     if (errno == ENOMEM) {

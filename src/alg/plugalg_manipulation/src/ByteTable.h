@@ -16,7 +16,7 @@ constexpr std::int64_t kByteChunk = 32;
 
 /// True if the `kByteChunk` bytes from `in` on are the same.
 inline bool IsUniformChunk(const std::uint8_t* in) {
-    std::array<std::uint64_t, kByteChunk / 8> words;
+    std::array<std::uint64_t, kByteChunk / 8> words; // NOLINT(cppcoreguidelines-pro-type-member-init): copied next
     std::memcpy(words.data(), in, sizeof(words));
     return words[0] == std::rotl(words[0], 8) && words[0] == words[1] && words[0] == words[2] && words[0] == words[3];
 }

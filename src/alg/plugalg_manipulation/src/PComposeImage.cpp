@@ -267,14 +267,14 @@ template <class T> StLayer<T> Layer(const CImage& image, int channel, std::int64
 using Wide = __int128;
 
 std::int64_t Limited(Wide number) {
-    constexpr auto limits = std::numeric_limits<std::int64_t>();
-    return static_cast<std::int64_t>(std::clamp<Wide>(number, limits.min(), limits.max()));
+    using Limits = std::numeric_limits<std::int64_t>;
+    return static_cast<std::int64_t>(std::clamp<Wide>(number, Limits::min(), Limits::max()));
 }
 
 /// The canvas's extent; one beyond 64 bits becomes a negative one, which no image takes.
 std::int64_t CanvasExtent(Wide extent) {
-    constexpr auto limits = std::numeric_limits<std::int64_t>();
-    return extent > limits.max() ? limits.min() : static_cast<std::int64_t>(extent);
+    using Limits = std::numeric_limits<std::int64_t>;
+    return extent > Limits::max() ? Limits::min() : static_cast<std::int64_t>(extent);
 }
 
 /// Half of a difference of extents, with half a pixel rounded away from zero.

@@ -128,7 +128,7 @@ inline std::int32_t LimitedFloor(std::uint8_t shift) { return shift; }
 
 /// Shifts beyond the limit, and NaN, lead outside the image however far they are.
 inline std::int32_t LimitedFloor(float shift) {
-    constexpr float limit = kMostElements;
+    constexpr auto limit = static_cast<float>(kMostElements);
     const float floor = std::floor(shift);
     const float raised = floor > -limit ? floor : -limit;
     return static_cast<std::int32_t>(raised < limit ? raised : limit);
@@ -200,7 +200,7 @@ MANI_VECTOR_VARIANTS void ResampleBlock(const T* in, const StExtents& extents, S
                                         const StShifts<Shift>& shifts, int count, T* out, T background) {
     constexpr int neighbours = Bilinear ? 1 : 0;
     const auto [width, height, depth] = extents;
-    StSources sources;
+    StSources sources; // NOLINT(cppcoreguidelines-pro-type-member-init): found before it is read
     const bool hasBlocks = width > neighbours && height > neighbours && width * height * depth <= kMostElements;
     if (hasBlocks) {
         if (shifts.z == nullptr) {

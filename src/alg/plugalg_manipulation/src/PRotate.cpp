@@ -208,6 +208,7 @@ template <class T> MANI_VECTOR_VARIANTS void MixTaps(const StTaps<T>& taps, cons
 /// The next element; a fraction of exactly 0.5 goes to the higher neighbour.
 template <class T> class CNearest {
 public:
+    // Its block is filled before it is read. NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
     explicit CNearest(std::int64_t width) : m_width(static_cast<std::int32_t>(width)) {}
 
     static StArea Served(double width, double height) { return {-1.0, width, -1.0, height}; }
@@ -233,6 +234,7 @@ private:
 
 template <class T> class CBilinear {
 public:
+    // Its block is filled before it is read. NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
     explicit CBilinear(std::int64_t width) : m_width(static_cast<std::int32_t>(width)) {}
 
     static StArea Served(double width, double height) { return {-1.0, width, -1.0, height}; }
@@ -261,6 +263,7 @@ private:
 /// one row above are made up, by quadratic extrapolation.
 template <class T> class CBicubic {
 public:
+    // Its block is filled before it is read. NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
     explicit CBicubic(std::int64_t width) : m_width(static_cast<std::int32_t>(width)) {}
 
     static StArea Served(double width, double height) { return {0.0, width - 2.0, 0.0, height - 2.0}; }

@@ -66,12 +66,17 @@ Resize, Shrink
 
 constexpr std::int64_t kNoSource = -1;
 
+/// The middle of an axis, which is a whole place.
+double Middle(std::int64_t extent) {
+    const std::int64_t half = extent / 2;
+    return static_cast<double>(half);
+}
+
 /// The mapping of one axis.
 class CScaledAxis {
 public:
     CScaledAxis(std::int64_t extent, double factor)
-        : m_extent(extent), m_factor(factor), m_offset(TruncateTo64((1.0 - factor) * static_cast<double>(extent / 2))) {
-    }
+        : m_extent(extent), m_factor(factor), m_offset(TruncateTo64((1.0 - factor) * Middle(extent))) {}
 
     std::int64_t Extent() const { return m_extent; }
 
@@ -95,6 +100,7 @@ public:
     static constexpr std::int64_t kMost = 2048;
 
     /// The columns that have a source are neighbours, as the mapping keeps or reverses the order of positions.
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): the sources are those of the columns that have one
     CSourceColumns(const CScaledAxis& axis, std::int64_t left) : m_count(std::min(kMost, axis.Extent() - left)) {
         while (m_first < m_count && axis.Source(left + m_first) == kNoSource) {
             ++m_first;
