@@ -33,6 +33,9 @@ constexpr int kColumns = 2048;
 /// Fractions as whole numbers of this part; see `HasSixteenths`.
 constexpr int kParts = 16;
 
+/// Arrays of numbers begin with a line of the cache: vectors that lie across two lines take two loads.
+constexpr std::size_t kLine = 64;
+
 /// So many elements are spread at a time by a single shuffle, and the numbers that tell it which.
 /// @{
 template <class T> constexpr int kLanes = std::is_same_v<T, float> ? 8 : 16;
@@ -58,7 +61,7 @@ template <class T> struct StColumns {
 
     int count;
     int shuffled = 0; ///< the columns up to here are shuffled from as many neighbours, and from those one further on
-    std::int64_t first[kColumns];
+    alignas(kLine) std::int64_t first[kColumns];
     std::int64_t second[kColumns];
     Lane<T> lane[kColumns];
     double fraction[kColumns];
@@ -88,25 +91,25 @@ bool HasSixteenths(double ratio) {
 
 /// A row of the input, spread to the columns of the output: the two elements that each column lies between. They are
 /// widened once for all rows of the output that share them.
-struct StSpreadRow {
-    float first[kColumns];
-    float second[kColumns];
+template <class Element> struct StSpreadRow {
+    alignas(kLine) Element first[kColumns];
+    Element second[kColumns];
 };
 
 /// A row of bytes, interpolated at the columns of the output, in sixteenths.
 struct StMixedRow {
-    std::uint16_t mean[kColumns];
+    alignas(kLine) std::uint16_t mean[kColumns];
 };
 
 /// A spread row of bytes, and what it interpolates to in single precision.
 struct StEstimatedRow {
-    std::uint8_t first[kColumns];
+    alignas(kLine) std::uint8_t first[kColumns];
     std::uint8_t second[kColumns];
     float mean[kColumns];
 };
 
 [[gnu::always_inline]] inline void PrepareElement(float first, float second, int /*part*/, int column,
-                                                  StSpreadRow& row) {
+                                                  StSpreadRow<float>& row) {
     row.first[column] = first;
     row.second[column] = second;
 }
@@ -117,7 +120,8 @@ struct StEstimatedRow {
 }
 
 /// Writes in[lane[i]] to out[i] for as many elements as a shuffle takes.
-template <class T> [[gnu::always_inline]] inline void Shuffle(const T* in, const Lane<T>* lane, T* out) {
+template <class T, class Element>
+[[gnu::always_inline]] inline void Shuffle(const T* in, const Lane<T>* lane, Element* out) {
 #if defined(__GNUC__) && !defined(__clang__)
     using Elements [[gnu::vector_size(kLanes<T> * sizeof(T))]] = T;
     using Lanes [[gnu::vector_size(kLanes<T> * sizeof(T))]] = Lane<T>;
@@ -126,7 +130,9 @@ template <class T> [[gnu::always_inline]] inline void Shuffle(const T* in, const
     std::memcpy(&elements, in, sizeof(elements));
     std::memcpy(&lanes, lane, sizeof(lanes));
     elements = __builtin_shuffle(elements, lanes);
-    std::memcpy(out, &elements, sizeof(elements));
+    for (int i = 0; i < kLanes<T>; ++i) {
+        out[i] = elements[i];
+    }
 #else
     for (int i = 0; i < kLanes<T>; ++i) {
         out[i] = in[lane[i]];
@@ -135,8 +141,9 @@ template <class T> [[gnu::always_inline]] inline void Shuffle(const T* in, const
 }
 
 /// A pass of loads alone, since what is done with them becomes vectors without it.
-template <class T>
-[[gnu::always_inline]] inline void SpreadRow(const T* in, const StColumns<T>& columns, T* first, T* second) {
+template <class T, class Element>
+[[gnu::always_inline]] inline void SpreadRow(const T* in, const StColumns<T>& columns, Element* __restrict first,
+                                             Element* __restrict second) {
     for (int i = 0; i < columns.shuffled; i += kLanes<T>) {
         Shuffle(in + columns.first[i], &columns.lane[i], &first[i]);
         Shuffle(in + columns.first[i] + 1, &columns.lane[i], &second[i]);
@@ -147,27 +154,34 @@ template <class T>
     }
 }
 
-/// `Repeat` is the number of columns that each element of the input is spread to, where it is the same for all; else 0.
+template <class Element>
+MANI_VECTOR_VARIANTS void PrepareSpread(const float* in, const StColumns<float>& columns,
+                                        StSpreadRow<Element>& __restrict row) {
+    SpreadRow(in, columns, row.first, row.second);
+}
+
+MANI_VECTOR_VARIANTS void PrepareMixed(const std::uint8_t* in, const StColumns<std::uint8_t>& columns,
+                                       StMixedRow& __restrict row) {
+    std::uint8_t first[kColumns];
+    std::uint8_t second[kColumns];
+    SpreadRow(in, columns, first, second);
+    for (int i = 0; i < columns.count; ++i) {
+        PrepareElement(first[i], second[i], columns.parts[i], i, row);
+    }
+}
+
+/// Where each element of the input is spread to the same number of columns.
 template <int Repeat, class T, class Row>
-MANI_VECTOR_VARIANTS void PrepareRow(const T* in, const StColumns<T>& columns, Row& __restrict row) {
-    if constexpr (Repeat == 0) {
-        T first[kColumns];
-        T second[kColumns];
-        SpreadRow(in, columns, first, second);
-        for (int i = 0; i < columns.count; ++i) {
-            PrepareElement(first[i], second[i], columns.parts[i], i, row);
+MANI_VECTOR_VARIANTS void PrepareRepeated(const T* in, const StColumns<T>& columns, Row& __restrict row) {
+    const T* source = in + columns.first[0];
+    const int last = columns.count / Repeat - 1;
+    for (int i = 0; i < last; ++i) {
+        for (int part = 0; part < Repeat; ++part) {
+            PrepareElement(source[i], source[i + 1], part * kParts / Repeat, Repeat * i + part, row);
         }
-    } else {
-        const T* source = in + columns.first[0];
-        const int last = columns.count / Repeat - 1;
-        for (int i = 0; i < last; ++i) {
-            for (int part = 0; part < Repeat; ++part) {
-                PrepareElement(source[i], source[i + 1], part * kParts / Repeat, Repeat * i + part, row);
-            }
-        }
-        for (int i = Repeat * last; i < columns.count; ++i) {
-            PrepareElement(in[columns.first[i]], in[columns.second[i]], columns.parts[i], i, row);
-        }
+    }
+    for (int i = Repeat * last; i < columns.count; ++i) {
+        PrepareElement(in[columns.first[i]], in[columns.second[i]], columns.parts[i], i, row);
     }
 }
 
@@ -201,8 +215,8 @@ template <class T, class Row>
     }
 }
 
-MANI_VECTOR_VARIANTS void MixRows(const StColumns<float>& columns, const StSpreadRow& upper, const StSpreadRow& lower,
-                                  double fraction, float* __restrict out) {
+MANI_VECTOR_VARIANTS void MixRows(const StColumns<float>& columns, const StSpreadRow<double>& upper,
+                                  const StSpreadRow<double>& lower, double fraction, float* __restrict out) {
     MixExactly(columns, upper, lower, fraction, 0, columns.count, out);
 }
 
@@ -233,8 +247,8 @@ MANI_VECTOR_VARIANTS void MixEstimates(const StColumns<std::uint8_t>& columns, c
 
 /// With sixteenths the weights need so few bits that a product of doubles is exact, and narrowing it gives what a
 /// product of floats gives.
-MANI_VECTOR_VARIANTS void MixSixteenths(const StColumns<float>& columns, const StSpreadRow& upper,
-                                        const StSpreadRow& lower, double fraction, float* __restrict out) {
+MANI_VECTOR_VARIANTS void MixSixteenths(const StColumns<float>& columns, const StSpreadRow<float>& upper,
+                                        const StSpreadRow<float>& lower, double fraction, float* __restrict out) {
     const auto fy = static_cast<float>(fraction);
     const float gy = 1.0F - fy;
     for (int i = 0; i < columns.count; ++i) {
@@ -262,11 +276,12 @@ MANI_VECTOR_VARIANTS void MixByteSixteenths(const StColumns<std::uint8_t>& colum
 template <class T, class Row> using PrepareFunction = void (*)(const T*, const StColumns<T>&, Row&);
 template <class T, class Row> using MixFunction = void (*)(const StColumns<T>&, const Row&, const Row&, double, T*);
 
-template <class T, class Row> PrepareFunction<T, Row> ChoosePrepareRow(double ratio) {
-    return ratio == 1.0   ? &PrepareRow<1, T, Row>
-           : ratio == 2.0 ? &PrepareRow<2, T, Row>
-           : ratio == 4.0 ? &PrepareRow<4, T, Row>
-                          : &PrepareRow<0, T, Row>;
+template <class T, class Row>
+PrepareFunction<T, Row> ChoosePrepareRow(double ratio, PrepareFunction<T, Row> prepareAny) {
+    return ratio == 1.0   ? &PrepareRepeated<1, T, Row>
+           : ratio == 2.0 ? &PrepareRepeated<2, T, Row>
+           : ratio == 4.0 ? &PrepareRepeated<4, T, Row>
+                          : prepareAny;
 }
 
 /// Neighbouring rows of the output share the rows of the input, which are prepared once.
@@ -315,14 +330,19 @@ std::unique_ptr<CImage> ResizeBilinear(const CImage& input, double factorX, doub
     const double ratioX = static_cast<double>(outWidth) / static_cast<double>(width);
     const double ratioY = static_cast<double>(outHeight) / static_cast<double>(height);
     const bool hasSixteenths = HasSixteenths(ratioX) && HasSixteenths(ratioY);
+    const auto resize = [&](auto prepareRow, auto mixRows) {
+        ResizeRows(input, *output, ratioX, ratioY, prepareRow, mixRows);
+    };
     if (input.Type() == IMAGE_GREY_F) {
-        ResizeRows<float, StSpreadRow>(input, *output, ratioX, ratioY, ChoosePrepareRow<float, StSpreadRow>(ratioX),
-                                       hasSixteenths ? &MixSixteenths : &MixRows);
+        if (hasSixteenths) {
+            resize(ChoosePrepareRow(ratioX, &PrepareSpread<float>), &MixSixteenths);
+        } else {
+            resize(&PrepareSpread<double>, &MixRows);
+        }
     } else if (hasSixteenths) {
-        ResizeRows<std::uint8_t, StMixedRow>(input, *output, ratioX, ratioY,
-                                             ChoosePrepareRow<std::uint8_t, StMixedRow>(ratioX), &MixByteSixteenths);
+        resize(ChoosePrepareRow(ratioX, &PrepareMixed), &MixByteSixteenths);
     } else {
-        ResizeRows<std::uint8_t, StEstimatedRow>(input, *output, ratioX, ratioY, &PrepareEstimate, &MixEstimates);
+        resize(&PrepareEstimate, &MixEstimates);
     }
     return output;
 }
