@@ -16,7 +16,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <iostream>
 #include <utility>
 #include <vector>
@@ -241,7 +240,6 @@ StWindow WindowOf(double degrees, const CSize& size, bool resize) {
 /// A source plane with the turn and the background: what it takes to serve a position.
 template <class T> struct StSource {
     const T* elements;
-    std::int64_t stride;
     std::int32_t width;
     std::int32_t height;
     double c;
@@ -266,19 +264,20 @@ constexpr int kSteps = 256;
 /// How many rows are walked together, in tiles: what lies under a tile stays in the caches from row to row.
 constexpr int kBand = 16 * kLanes;
 
+/// Arrays of numbers begin with a line of the cache: vectors that lie across two lines take two loads.
+constexpr std::size_t kLine = 64;
+
 /// The positions of some steps of one row.
 struct StPositions {
-    double u[kSteps];
+    alignas(kLine) double u[kSteps];
     double v[kSteps];
 };
 
-/// Along one axis: the lower one of two neighbouring elements, which of the two is the nearest to the position and
-/// which lies on its other side (1.0 for the higher one; at the edges of the image both are the same), and the distance
-/// from the nearest one.
+/// Along one axis: the element nearest to the position, the one on the position's other side (at the edges of the image
+/// the same), and the distance from the nearest one.
 struct StAxis {
-    std::int32_t low[kSteps];
-    double near[kSteps];
-    double far[kSteps];
+    alignas(kLine) std::int32_t near[kSteps];
+    std::int32_t far[kSteps];
     double distance[kSteps];
 };
 
@@ -287,10 +286,14 @@ struct StSamples {
     StAxis y;
 };
 
-/// The two by two elements around each position, as pairs from the upper and from the lower row.
-template <class T> struct StPairs {
-    T upper[2 * kSteps];
-    T lower[2 * kSteps];
+/// The elements that are mixed: the nearest one, and those on the other side along each axis. Bytes are held in as many
+/// bits as floats, or vectors of them would be too long to be widened to doubles in registers.
+template <class T> struct StTaps {
+    using Element = std::conditional_t<std::is_floating_point_v<T>, T, std::int32_t>;
+
+    alignas(kLine) Element nearest[kSteps];
+    Element acrossX[kSteps];
+    Element acrossY[kSteps];
 };
 
 /// Takes the lanes, which stand at `u` and `v`, some steps on.
@@ -313,9 +316,8 @@ void Advance(double c, double s, int steps, double* u, double* v, StPositions* l
 
 /// Positions halfway count as nearer to the higher element. The distance is that from the nearest element also where
 /// this lies beyond the edge and is replaced by it.
-MANI_VECTOR_VARIANTS void FindAxis(const double* positions, int count, std::int32_t extent, StAxis& axis) {
+MANI_VECTOR_VARIANTS void FindAxis(const double* positions, int count, std::int32_t extent, StAxis& __restrict axis) {
     const double last = extent - 1.0;
-    const double lastLow = std::max(extent - 2.0, 0.0);
     for (int i = 0; i < count; ++i) {
         const double at = positions[i];
         const double low = std::floor(at);
@@ -323,26 +325,21 @@ MANI_VECTOR_VARIANTS void FindAxis(const double* positions, int count, std::int3
         const bool lowIsNear = high - at > at - low;
         const double near = lowIsNear ? low : high;
         const double far = lowIsNear ? high : low;
-        const double pair = low < 0.0 ? 0.0 : low > lastLow ? lastLow : low;
-        const double nearInside = near < 0.0 ? 0.0 : near > last ? last : near;
-        const double farInside = far < 0.0 ? 0.0 : far > last ? last : far;
-        axis.low[i] = static_cast<std::int32_t>(pair);
-        axis.near[i] = nearInside - pair;
-        axis.far[i] = farInside - pair;
+        axis.near[i] = static_cast<std::int32_t>(near < 0.0 ? 0.0 : near > last ? last : near);
+        axis.far[i] = static_cast<std::int32_t>(far < 0.0 ? 0.0 : far > last ? last : far);
         axis.distance[i] = std::fabs(at - near);
     }
 }
 
 /// The same for positions that have an element of the image on both sides: short, since nothing can lie beyond an edge.
 /// Both distances are exact, so that it is the nearer one that a fraction below a half tells.
-MANI_VECTOR_VARIANTS void FindInnerAxis(const double* positions, int count, StAxis& axis) {
+MANI_VECTOR_VARIANTS void FindInnerAxis(const double* positions, int count, StAxis& __restrict axis) {
     for (int i = 0; i < count; ++i) {
         const auto low = static_cast<std::int32_t>(positions[i]);
         const double fraction = positions[i] - low;
-        const double near = fraction < 0.5 ? 0.0 : 1.0;
-        axis.low[i] = low;
-        axis.near[i] = near;
-        axis.far[i] = fraction > 0.0 ? 1.0 - near : 0.0;
+        const std::int32_t high = fraction > 0.0 ? low + 1 : low;
+        axis.near[i] = fraction < 0.5 ? low : high;
+        axis.far[i] = fraction < 0.5 ? high : low;
         axis.distance[i] = fraction < 0.5 ? fraction : 1.0 - fraction;
     }
 }
@@ -352,32 +349,24 @@ void FindSamples(const StPositions& at, int count, std::int32_t width, std::int3
     FindAxis(at.v, count, height, samples.y);
 }
 
-template <class T>
-void LoadPairs(const T* in, std::int64_t width, const StSamples& samples, int count, StPairs<T>& pairs) {
+/// A pass of loads alone, since what is done with them becomes vectors without it.
+template <class T> void LoadTaps(const StSource<T>& source, const StSamples& samples, int count, StTaps<T>& taps) {
     for (int i = 0; i < count; ++i) {
-        const T* upper = in + samples.y.low[i] * width + samples.x.low[i];
-        std::memcpy(&pairs.upper[2 * i], upper, 2 * sizeof(T));
-        std::memcpy(&pairs.lower[2 * i], upper + width, 2 * sizeof(T));
+        const T* nearRow = source.elements + std::int64_t{samples.y.near[i]} * source.width;
+        const T* farRow = source.elements + std::int64_t{samples.y.far[i]} * source.width;
+        taps.nearest[i] = nearRow[samples.x.near[i]];
+        taps.acrossX[i] = nearRow[samples.x.far[i]];
+        taps.acrossY[i] = farRow[samples.x.near[i]];
     }
 }
 
 /// Floats take the value as it is narrowed; bytes add 0.5 to that.
 template <class T>
-MANI_VECTOR_VARIANTS void MixPairs(const StPairs<T>& pairs, const StSamples& samples, int count, T* out) {
+MANI_VECTOR_VARIANTS void MixTaps(const StTaps<T>& taps, const StSamples& samples, int count, T* __restrict out) {
     for (int i = 0; i < count; ++i) {
-        const double upper0 = pairs.upper[2 * i];
-        const double upper1 = pairs.upper[2 * i + 1];
-        const double lower0 = pairs.lower[2 * i];
-        const double lower1 = pairs.lower[2 * i + 1];
-        const bool right = samples.x.near[i] != 0.0;
-        const bool below = samples.y.near[i] != 0.0;
-        const double upper = right ? upper1 : upper0;
-        const double lower = right ? lower1 : lower0;
-        const double nearRow0 = below ? lower0 : upper0;
-        const double nearRow1 = below ? lower1 : upper1;
-        const double p = below ? lower : upper;
-        const double q = samples.y.far[i] != 0.0 ? lower : upper;
-        const double t = samples.x.far[i] != 0.0 ? nearRow1 : nearRow0;
+        const double p = taps.nearest[i];
+        const double q = taps.acrossY[i];
+        const double t = taps.acrossX[i];
         const double dx = samples.x.distance[i];
         const double dy = samples.y.distance[i];
         const auto value = static_cast<float>((q * dy + (1.0 - dy) * p) * 0.5 + (t * dx + (1.0 - dx) * p) * 0.5);
@@ -399,8 +388,8 @@ MANI_VECTOR_VARIANTS void ClearOutside(const StPositions& at, int count, StSourc
 /// Turns a plane, group of rows by group of rows.
 template <class T> class CTurn {
 public:
-    CTurn(const T* in, std::int64_t stride, const CSize& size, const StWindow& window, T background, T* out)
-        : m_source{in, stride, Extent32(size.x), Extent32(size.y), window.c, window.s, background}, m_window(window),
+    CTurn(const T* in, const CSize& size, const StWindow& window, T background, T* out)
+        : m_source{in, Extent32(size.x), Extent32(size.y), window.c, window.s, background}, m_window(window),
           m_out(out), m_rows(std::clamp<std::int64_t>(std::int64_t{window.y1} - window.y0, 0, window.height)),
           m_columns(
               std::clamp<std::int64_t>(std::int64_t{window.x1} - window.x0 + 1, 0, std::int64_t{window.width} + 1)) {}
@@ -472,8 +461,8 @@ private:
         } else {
             FindSamples(at, count, m_source.width, m_source.height, m_samples);
         }
-        LoadPairs(m_source.elements, m_source.stride, m_samples, count, m_pairs);
-        MixPairs(m_pairs, m_samples, count, out);
+        LoadTaps(m_source, m_samples, count, m_taps);
+        MixTaps(m_taps, m_samples, count, out);
         if (leastU < -1.0 || greatestU > right || leastV < -1.0 || greatestV > bottom) {
             ClearOutside(at, count, m_source, out);
         }
@@ -486,8 +475,8 @@ private:
         if (next < m_window.height && !kept && m_source.Holds(at.u[step], at.v[step])) {
             T value{};
             FindSamples({{at.u[step]}, {at.v[step]}}, 1, m_source.width, m_source.height, m_samples);
-            LoadPairs(m_source.elements, m_source.stride, m_samples, 1, m_pairs);
-            MixPairs(m_pairs, m_samples, 1, &value);
+            LoadTaps(m_source, m_samples, 1, m_taps);
+            MixTaps(m_taps, m_samples, 1, &value);
             m_spilled.emplace_back(next * m_window.width, value);
         }
     }
@@ -502,32 +491,16 @@ private:
     double m_v[kBand];
     StPositions m_lanes[kLanes];
     StSamples m_samples;
-    StPairs<T> m_pairs;
+    StTaps<T> m_taps;
 };
-
-/// The first plane with a single column or row doubled: elements are loaded with their neighbours, which must be there.
-template <class T> std::vector<T> WithNeighbours(const T* in, std::int64_t width, std::int64_t height) {
-    std::vector<T> doubled;
-    for (std::int64_t y = 0; y < std::max<std::int64_t>(height, 2); ++y) {
-        const T* row = in + std::min(y, height - 1) * width;
-        doubled.insert(doubled.end(), row, row + width);
-        doubled.insert(doubled.end(), width == 1 ? 1 : 0, *row);
-    }
-    return doubled;
-}
 
 template <class T> void Turn(const CImage& input, const StWindow& window, double bgValue, CImage& output) {
     const T background = ElementFromNumber<T>(bgValue);
-    const auto [width, height, depth] = Extents(input);
-    const T* in = Elements<T>(input);
     T* out = Elements<T>(output);
     if (IsEmpty(input)) {
         std::fill_n(out, output.Buffer().Size() / sizeof(T), background);
-    } else if (width == 1 || height == 1) {
-        const std::vector<T> doubled = WithNeighbours(in, width, height);
-        CTurn<T>(doubled.data(), std::max<std::int64_t>(width, 2), input.Size(), window, background, out).Turn();
     } else {
-        CTurn<T>(in, width, input.Size(), window, background, out).Turn();
+        CTurn<T>(Elements<T>(input), input.Size(), window, background, out).Turn();
     }
 }
 
