@@ -1,6 +1,7 @@
 #pragma once
 
 #include "RowLines.h"
+#include "VectorVariants.h"
 
 #include <cstdint>
 #include <cstring>
@@ -17,7 +18,7 @@ constexpr int kBlock = 256;
 
 /// Where the positions of a block lie: the element to the upper left and the fractions of the way to its neighbours.
 struct StCells {
-    std::int32_t element[kBlock];
+    alignas(kLine) std::int32_t element[kBlock];
     double fx[kBlock];
     double fy[kBlock];
 };
@@ -45,7 +46,7 @@ inline bool FitsCells(std::int64_t width, std::int64_t height) {
 
 /// The elements at the corners of each cell of a block, as pairs from the upper and from the lower row.
 template <class T> struct StCorners {
-    T upper[2 * kBlock];
+    alignas(kLine) T upper[2 * kBlock];
     T lower[2 * kBlock];
 };
 

@@ -264,9 +264,6 @@ constexpr int kSteps = 256;
 /// How many rows are walked together, in tiles: what lies under a tile stays in the caches from row to row.
 constexpr int kBand = 16 * kLanes;
 
-/// Arrays of numbers begin with a line of the cache: vectors that lie across two lines take two loads.
-constexpr std::size_t kLine = 64;
-
 /// The positions of some steps of one row.
 struct StPositions {
     alignas(kLine) double u[kSteps];

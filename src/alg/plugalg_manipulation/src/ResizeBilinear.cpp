@@ -33,9 +33,6 @@ constexpr int kColumns = 2048;
 /// Fractions as whole numbers of this part; see `HasSixteenths`.
 constexpr int kParts = 16;
 
-/// Arrays of numbers begin with a line of the cache: vectors that lie across two lines take two loads.
-constexpr std::size_t kLine = 64;
-
 /// So many elements are spread at a time by a single shuffle, and the numbers that tell it which.
 /// @{
 template <class T> constexpr int kLanes = std::is_same_v<T, float> ? 8 : 16;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VectorVariants.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -21,8 +23,8 @@ void MarkRunEnds(const float* in, std::uint8_t* ends, std::int64_t count);
 /// pieces.
 template <class T, class Visit> void ForEachRun(const T* in, std::int64_t count, Visit visit) {
     constexpr std::int64_t block = 2048;
-    constexpr std::int64_t word = 8;                  // marks that are looked at together
-    alignas(64) std::array<std::uint8_t, block> ends; // NOLINT(cppcoreguidelines-pro-type-member-init): marked below
+    constexpr std::int64_t word = 8;                     // marks that are looked at together
+    alignas(kLine) std::array<std::uint8_t, block> ends; // NOLINT(cppcoreguidelines-pro-type-member-init): marked below
     for (std::int64_t start = 0; start < count; start += block) {
         const std::int64_t size = std::min(block, count - start);
         MarkRunEnds(in + start, ends.data(), size);

@@ -19,9 +19,6 @@ namespace {
 /// How many elements a vector of 16 bytes has.
 template <class T> constexpr int kLanes = 16 / sizeof(T);
 
-/// The bytes of a cache line.
-constexpr int kLine = 64;
-
 /// How many elements a cache line has: the side of a tile.
 template <class T> constexpr int kSide = kLine / sizeof(T);
 

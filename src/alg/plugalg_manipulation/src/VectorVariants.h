@@ -11,3 +11,11 @@
 #else
 #define MANI_VECTOR_VARIANTS
 #endif
+
+namespace QUOR::manipulation {
+
+/// The bytes of a cache line. What vectors are loaded from begins with one: those that lie across two lines take two
+/// loads.
+constexpr int kLine = 64;
+
+} // namespace QUOR::manipulation
