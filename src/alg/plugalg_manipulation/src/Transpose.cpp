@@ -16,50 +16,77 @@ namespace QUOR::manipulation {
 
 namespace {
 
-/// How many elements a vector of 16 bytes has.
+/// How many elements 16 bytes have: the side of a square.
 template <class T> constexpr int kLanes = 16 / sizeof(T);
 
 /// How many elements a cache line has: the side of a tile.
 template <class T> constexpr int kSide = kLine / sizeof(T);
 
-template <class T> using Vector [[gnu::vector_size(16)]] = T;
+/// A row of each of some squares, one square behind the other.
+template <class T, int Squares> using Vector [[gnu::vector_size(16 * Squares)]] = T;
 
-/// Weaves the first or the second halves of two vectors: a0 b0 a1 b1 and so on.
-template <int Half, class T, int... Lane>
-[[gnu::always_inline]] inline void Weave(const Vector<T>& a, const Vector<T>& b, Vector<T>& woven,
-                                         std::integer_sequence<int, Lane...> /*lanes*/) {
-    constexpr int first = Half * kLanes<T> / 2;
-    woven = __builtin_shufflevector(a, b, (first + Lane / 2 + Lane % 2 * kLanes<T>)...);
+/// Weaves the first or the second halves of two rows: a0 b0 a1 b1 and so on.
+template <int Half, class T, int Squares, int... Lane>
+[[gnu::always_inline]] inline void Weave(const Vector<T, Squares>& a, const Vector<T, Squares>& b,
+                                         Vector<T, Squares>& woven, std::integer_sequence<int, Lane...> /*lanes*/) {
+    constexpr int lanes = kLanes<T>;
+    woven = __builtin_shufflevector(
+        a, b, (Lane / lanes * lanes + Half * lanes / 2 + Lane % lanes / 2 + Lane % 2 * lanes * Squares)...);
 }
 
-/// Weaves row i with row i + n/2, for all i of the n rows, as often as told, and stores the rows. One such weaving is a
-/// perfect shuffle of the square of n by n elements; log2(n) of them swap its rows and columns.
-template <int Rounds, class T>
-[[gnu::always_inline]] inline void ShuffleRows(const Vector<T>* rows, T* out, std::int64_t outStride) {
+/// Weaves row i with row i + n/2, for all i of the n rows, as often as told. One such weaving is a perfect shuffle of
+/// the square of n by n elements; log2(n) of them swap its rows and columns.
+template <int Rounds, class T, int Squares> [[gnu::always_inline]] inline void ShuffleRows(Vector<T, Squares>* rows) {
     constexpr int lanes = kLanes<T>;
-    if constexpr (Rounds == 0) {
-        for (int row = 0; row < lanes; ++row) {
-            std::memcpy(out + outStride * row, &rows[row], sizeof(Vector<T>));
-        }
-    } else {
-        constexpr auto sequence = std::make_integer_sequence<int, lanes>{};
-        Vector<T> woven[lanes];
+    if constexpr (Rounds > 0) {
+        constexpr auto sequence = std::make_integer_sequence<int, lanes * Squares>{};
+        Vector<T, Squares> woven[lanes];
         for (int row = 0; row < lanes / 2; ++row) {
-            Weave<0, T>(rows[row], rows[row + lanes / 2], woven[2 * row], sequence);
-            Weave<1, T>(rows[row], rows[row + lanes / 2], woven[2 * row + 1], sequence);
+            Weave<0, T, Squares>(rows[row], rows[row + lanes / 2], woven[2 * row], sequence);
+            Weave<1, T, Squares>(rows[row], rows[row + lanes / 2], woven[2 * row + 1], sequence);
         }
-        ShuffleRows<Rounds - 1, T>(woven, out, outStride);
+        ShuffleRows<Rounds - 1, T, Squares>(woven);
+        std::copy_n(woven, lanes, rows);
     }
 }
 
-/// Transposes a square with the side of a vector.
+template <class T, int Squares, int... Lane>
+[[gnu::always_inline]] inline void Join(const Vector<T, Squares>& a, const Vector<T, Squares>& b,
+                                        Vector<T, 2 * Squares>& joined, std::integer_sequence<int, Lane...> /*lanes*/) {
+    joined = __builtin_shufflevector(a, b, Lane...);
+}
+
+/// Loads a row of each of the squares, which lie one below the other.
+template <class T, int Squares>
+[[gnu::always_inline]] inline void LoadRow(const T* in, std::int64_t inStride, Vector<T, Squares>& row) {
+    if constexpr (Squares == 1) {
+        std::memcpy(&row, in, sizeof(row));
+    } else {
+        constexpr int half = Squares / 2;
+        Vector<T, half> upper;
+        Vector<T, half> lower;
+        LoadRow<T, half>(in, inStride, upper);
+        LoadRow<T, half>(in + inStride * kLanes<T> * half, inStride, lower);
+        Join<T, half>(upper, lower, row, std::make_integer_sequence<int, kLanes<T> * Squares>{});
+    }
+}
+
+/// Transposes squares with the side of 16 bytes that lie one below the other.
+template <class T, int Squares>
+[[gnu::always_inline]] inline void TransposeSquares(const T* in, std::int64_t inStride, Vector<T, Squares>* rows) {
+    for (int row = 0; row < kLanes<T>; ++row) {
+        LoadRow<T, Squares>(in + inStride * row, inStride, rows[row]);
+    }
+    ShuffleRows<std::bit_width(unsigned{kLanes<T>}) - 1, T, Squares>(rows);
+}
+
 template <class T>
 [[gnu::always_inline]] inline void TransposeSquare(const T* in, std::int64_t inStride, T* out, std::int64_t outStride) {
-    Vector<T> rows[kLanes<T>];
+    Vector<T, 1> rows[kLanes<T>];
+    TransposeSquares<T, 1>(in, inStride, rows);
     for (int row = 0; row < kLanes<T>; ++row) {
-        std::memcpy(&rows[row], in + inStride * row, sizeof(Vector<T>));
+        std::memcpy(out + outStride * row, &rows[row], sizeof(rows[row]));
     }
-    ShuffleRows<std::bit_width(unsigned{kLanes<T>}) - 1, T>(rows, out, outStride);
 }
 
 /// Stores a cache line. One of an output that no cache holds goes past the caches, which would read it from memory
@@ -94,15 +121,20 @@ template <class T> bool ShouldStream(const T* out, std::int64_t outStride, std::
 }
 
 /// Rows of a large image lie a power of two apart and compete for the same few lines of the cache. So a tile is
-/// fetched and stored in whole lines, and transposed between two blocks of its own.
+/// fetched in whole lines into a block of its own.
+template <class T> [[gnu::always_inline]] inline void FetchTile(const T* in, std::int64_t inStride, T* tile) {
+    for (int y = 0; y < kSide<T>; ++y) {
+        std::memcpy(tile + kSide<T> * y, in + inStride * y, kLine);
+    }
+}
+
+/// Stored in whole lines, too.
 template <bool Streams, class T>
 MANI_VECTOR_VARIANTS void TransposeTile(const T* in, std::int64_t inStride, T* out, std::int64_t outStride) {
     constexpr int side = kSide<T>;
     alignas(kLine) T source[side * side];
     alignas(kLine) T target[side * side];
-    for (int y = 0; y < side; ++y) {
-        std::memcpy(source + side * y, in + inStride * y, kLine);
-    }
+    FetchTile(in, inStride, source);
     for (int y = 0; y < side; y += kLanes<T>) {
         for (int x = 0; x < side; x += kLanes<T>) {
             TransposeSquare(source + side * y + x, side, target + side * x + y, side);
@@ -112,6 +144,36 @@ MANI_VECTOR_VARIANTS void TransposeTile(const T* in, std::int64_t inStride, T* o
         StoreLine<Streams>(target + side * x, out + outStride * x);
     }
 }
+
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
+
+/// The same where a vector is a line: all squares of a column pass through the shuffles together and come out as lines.
+template <bool Streams, class T>
+[[gnu::target("arch=x86-64-v4")]] void TransposeTileByLines(const T* in, std::int64_t inStride, T* out,
+                                                            std::int64_t outStride) {
+    constexpr int side = kSide<T>;
+    constexpr int squares = side / kLanes<T>;
+    alignas(kLine) T source[side * side];
+    FetchTile(in, inStride, source);
+    for (int x = 0; x < side; x += kLanes<T>) {
+        Vector<T, squares> lines[kLanes<T>];
+        TransposeSquares<T, squares>(source + x, side, lines);
+        for (int line = 0; line < kLanes<T>; ++line) {
+            StoreLine<Streams>(&lines[line], out + outStride * (x + line));
+        }
+    }
+}
+
+template <bool Streams, class T> auto ChooseTransposeTile() {
+    return __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") ? &TransposeTileByLines<Streams, T>
+                                                                                    : &TransposeTile<Streams, T>;
+}
+
+#else
+
+template <bool Streams, class T> auto ChooseTransposeTile() { return &TransposeTile<Streams, T>; }
+
+#endif
 
 /// What is left of a square at the right or the lower edge: a whole one, of which only a part is fetched and stored.
 template <class T>
@@ -154,6 +216,7 @@ template <bool Streams, class T>
 void TransposeBlock(const T* in, std::int64_t inStride, std::int64_t width, std::int64_t height, T* out,
                     std::int64_t outStride) {
     constexpr std::int64_t side = kSide<T>;
+    const auto transposeTile = ChooseTransposeTile<Streams, T>();
     for (std::int64_t y = 0; y < height; y += side) {
         for (std::int64_t x = 0; x < width; x += side) {
             const T* tile = in + inStride * y + x;
@@ -161,7 +224,7 @@ void TransposeBlock(const T* in, std::int64_t inStride, std::int64_t width, std:
             const std::int64_t columns = std::min(side, width - x);
             const std::int64_t rows = std::min(side, height - y);
             if (columns == side && rows == side) {
-                TransposeTile<Streams>(tile, inStride, place, outStride);
+                transposeTile(tile, inStride, place, outStride);
             } else {
                 TransposeTilePart(tile, inStride, static_cast<int>(columns), static_cast<int>(rows), place, outStride);
             }
