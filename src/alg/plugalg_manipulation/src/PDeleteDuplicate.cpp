@@ -197,7 +197,7 @@ template <class T> Counts CountImageLines(const CImage& input, bool columns) {
     // The columns of the plane as lines.
     CBuffer scratch(static_cast<std::size_t>(width * height) * sizeof(T));
     T* transposed = static_cast<T*>(scratch.Data());
-    TransposePlane(in, width, width, height, transposed, height);
+    Transpose<T>({in, width, width, height}, transposed, height);
     return CountLines(StLines<T>{transposed, height, width});
 }
 

@@ -416,11 +416,11 @@ template <class T> void TurnByQuarters(const CImage& input, CImage& output, int 
     T* out = Elements<T>(output);
     for (std::int64_t z = 0; z < depth; ++z, in += plane, out += plane) {
         if (quarters == 1) { // out(H - 1 - y, x) = in(x, y)
-            TransposePlane(in + plane - width, -width, width, height, out, height);
+            Transpose<T>({in + plane - width, -width, width, height}, out, height);
         } else if (quarters == 2) { // out(W - 1 - x, H - 1 - y) = in(x, y)
             ReverseElements(in, out, plane);
         } else { // out(y, W - 1 - x) = in(x, y)
-            TransposePlane(in, width, width, height, out + plane - height, -height);
+            Transpose<T>({in, width, width, height}, out + plane - height, -height);
         }
     }
 }

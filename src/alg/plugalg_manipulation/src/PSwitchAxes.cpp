@@ -94,9 +94,15 @@ template <class T> void MoveElements(const CImage& input, CImage& output, std::s
         return;
     }
     const StAxis& planes = &column == &second ? third : second;
+    StStack<T> stack{in, column.inStride, row.extent, column.extent, planes.inStride, planes.extent};
+    if (planes.outStride == column.extent) { // in the output, too, each plane goes on where the one before ends
+        Transpose(stack, out, row.outStride);
+        return;
+    }
+    stack.planes = 1;
     for (std::int64_t plane = 0; plane < planes.extent; ++plane) {
-        TransposePlane(in + planes.inStride * plane, column.inStride, row.extent, column.extent,
-                       out + planes.outStride * plane, row.outStride);
+        stack.first = in + planes.inStride * plane;
+        Transpose(stack, out + planes.outStride * plane, row.outStride);
     }
 }
 

@@ -146,11 +146,11 @@ template <class T> void SmoothRows(const CImage& input, const CGausKernel& kerne
             for (std::int64_t y = 0; y < inside; ++y) {
                 CopyReflected(Elements<T>(input) + width * (top + y), width, first, span, rows.data() + span * y);
             }
-            TransposePlane<T>(rows.data(), span, span, kRows, columns.data(), kRows);
+            Transpose<T>({rows.data(), span, span, kRows}, columns.data(), kRows);
             Widen(columns.data(), kRows * span, wideColumns.data());
             AddColumns(wideColumns.data(), firsts, weights.data(), size, sums.data());
-            TransposePlane<float>(sums.data(), kRows, inside, count, Elements<float>(output) + outWidth * top + left,
-                                  outWidth);
+            Transpose<float>({sums.data(), kRows, inside, count}, Elements<float>(output) + outWidth * top + left,
+                             outWidth);
         }
     }
 }

@@ -56,36 +56,43 @@ template <class T, int Squares, int... Lane>
     joined = __builtin_shufflevector(a, b, Lane...);
 }
 
+/// Rows that follow one another in a block.
+template <class T, int Stride> struct StBlockRows {
+    const T* first;
+
+    [[gnu::always_inline]] const T* operator[](int row) const { return first + Stride * row; }
+};
+
 /// Loads a row of each of the squares, which lie one below the other.
-template <class T, int Squares>
-[[gnu::always_inline]] inline void LoadRow(const T* in, std::int64_t inStride, Vector<T, Squares>& row) {
+template <class T, int Squares, class Rows>
+[[gnu::always_inline]] inline void LoadRow(const Rows& rows, int row, std::int64_t x, Vector<T, Squares>& loaded) {
     if constexpr (Squares == 1) {
-        std::memcpy(&row, in, sizeof(row));
+        std::memcpy(&loaded, rows[row] + x, sizeof(loaded));
     } else {
         constexpr int half = Squares / 2;
         Vector<T, half> upper;
         Vector<T, half> lower;
-        LoadRow<T, half>(in, inStride, upper);
-        LoadRow<T, half>(in + inStride * kLanes<T> * half, inStride, lower);
-        Join<T, half>(upper, lower, row, std::make_integer_sequence<int, kLanes<T> * Squares>{});
+        LoadRow<T, half>(rows, row, x, upper);
+        LoadRow<T, half>(rows, row + kLanes<T> * half, x, lower);
+        Join<T, half>(upper, lower, loaded, std::make_integer_sequence<int, kLanes<T> * Squares>{});
     }
 }
 
-/// Transposes squares with the side of 16 bytes that lie one below the other.
-template <class T, int Squares>
-[[gnu::always_inline]] inline void TransposeSquares(const T* in, std::int64_t inStride, Vector<T, Squares>* rows) {
+/// Transposes squares with the side of 16 bytes that lie one below the other, from the column x of the rows on.
+template <class T, int Squares, class Rows>
+[[gnu::always_inline]] inline void TransposeSquares(const Rows& rows, std::int64_t x, Vector<T, Squares>* columns) {
     for (int row = 0; row < kLanes<T>; ++row) {
-        LoadRow<T, Squares>(in + inStride * row, inStride, rows[row]);
+        LoadRow<T, Squares>(rows, row, x, columns[row]);
     }
-    ShuffleRows<std::bit_width(unsigned{kLanes<T>}) - 1, T, Squares>(rows);
+    ShuffleRows<std::bit_width(unsigned{kLanes<T>}) - 1, T, Squares>(columns);
 }
 
-template <class T>
-[[gnu::always_inline]] inline void TransposeSquare(const T* in, std::int64_t inStride, T* out, std::int64_t outStride) {
-    Vector<T, 1> rows[kLanes<T>];
-    TransposeSquares<T, 1>(in, inStride, rows);
-    for (int row = 0; row < kLanes<T>; ++row) {
-        std::memcpy(out + outStride * row, &rows[row], sizeof(rows[row]));
+template <class T, class Rows>
+[[gnu::always_inline]] inline void TransposeSquare(const Rows& rows, std::int64_t x, T* out, std::int64_t outStride) {
+    Vector<T, 1> columns[kLanes<T>];
+    TransposeSquares<T, 1>(rows, x, columns);
+    for (int column = 0; column < kLanes<T>; ++column) {
+        std::memcpy(out + outStride * column, &columns[column], sizeof(columns[column]));
     }
 }
 
@@ -122,26 +129,27 @@ template <class T> bool ShouldStream(const T* out, std::int64_t outStride, std::
 
 /// Rows of a large image lie a power of two apart and compete for the same few lines of the cache. So a tile is
 /// fetched in whole lines into a block of its own.
-template <class T> [[gnu::always_inline]] inline void FetchTile(const T* in, std::int64_t inStride, T* tile) {
-    for (int y = 0; y < kSide<T>; ++y) {
-        std::memcpy(tile + kSide<T> * y, in + inStride * y, kLine);
+template <class T> [[gnu::always_inline]] inline void FetchTile(const T* const* rows, std::int64_t x, T* tile) {
+    for (int row = 0; row < kSide<T>; ++row) {
+        std::memcpy(tile + kSide<T> * row, rows[row] + x, kLine);
     }
 }
 
 /// Stored in whole lines, too.
 template <bool Streams, class T>
-MANI_VECTOR_VARIANTS void TransposeTile(const T* in, std::int64_t inStride, T* out, std::int64_t outStride) {
+MANI_VECTOR_VARIANTS void TransposeTile(const T* const* rows, std::int64_t x, T* out, std::int64_t outStride) {
     constexpr int side = kSide<T>;
     alignas(kLine) T source[side * side];
     alignas(kLine) T target[side * side];
-    FetchTile(in, inStride, source);
-    for (int y = 0; y < side; y += kLanes<T>) {
-        for (int x = 0; x < side; x += kLanes<T>) {
-            TransposeSquare(source + side * y + x, side, target + side * x + y, side);
+    FetchTile(rows, x, source);
+    for (int row = 0; row < side; row += kLanes<T>) {
+        for (int column = 0; column < side; column += kLanes<T>) {
+            const StBlockRows<T, side> square{source + side * row};
+            TransposeSquare(square, column, target + side * column + row, side);
         }
     }
-    for (int x = 0; x < side; ++x) {
-        StoreLine<Streams>(target + side * x, out + outStride * x);
+    for (int column = 0; column < side; ++column) {
+        StoreLine<Streams>(target + side * column, out + outStride * column);
     }
 }
 
@@ -149,17 +157,17 @@ MANI_VECTOR_VARIANTS void TransposeTile(const T* in, std::int64_t inStride, T* o
 
 /// The same where a vector is a line: all squares of a column pass through the shuffles together and come out as lines.
 template <bool Streams, class T>
-[[gnu::target("arch=x86-64-v4")]] void TransposeTileByLines(const T* in, std::int64_t inStride, T* out,
+[[gnu::target("arch=x86-64-v4")]] void TransposeTileByLines(const T* const* rows, std::int64_t x, T* out,
                                                             std::int64_t outStride) {
     constexpr int side = kSide<T>;
     constexpr int squares = side / kLanes<T>;
     alignas(kLine) T source[side * side];
-    FetchTile(in, inStride, source);
-    for (int x = 0; x < side; x += kLanes<T>) {
+    FetchTile(rows, x, source);
+    for (int column = 0; column < side; column += kLanes<T>) {
         Vector<T, squares> lines[kLanes<T>];
-        TransposeSquares<T, squares>(source + x, side, lines);
+        TransposeSquares<T, squares>(StBlockRows<T, side>{source}, column, lines);
         for (int line = 0; line < kLanes<T>; ++line) {
-            StoreLine<Streams>(&lines[line], out + outStride * (x + line));
+            StoreLine<Streams>(&lines[line], out + outStride * (column + line));
         }
     }
 }
@@ -177,56 +185,69 @@ template <bool Streams, class T> auto ChooseTransposeTile() { return &TransposeT
 
 /// What is left of a square at the right or the lower edge: a whole one, of which only a part is fetched and stored.
 template <class T>
-[[gnu::always_inline]] inline void TransposeSquarePart(const T* in, std::int64_t inStride, int width, int height,
+[[gnu::always_inline]] inline void TransposeSquarePart(const T* const* rows, std::int64_t x, int width, int height,
                                                        T* out, std::int64_t outStride) {
     constexpr int lanes = kLanes<T>;
     T source[lanes * lanes] = {};
     T target[lanes * lanes];
-    for (int y = 0; y < height; ++y) {
-        std::copy_n(in + inStride * y, width, source + lanes * y);
+    for (int row = 0; row < height; ++row) {
+        std::copy_n(rows[row] + x, width, source + lanes * row);
     }
-    TransposeSquare(source, lanes, target, lanes);
-    for (int x = 0; x < width; ++x) {
-        std::copy_n(target + lanes * x, height, out + outStride * x);
+    TransposeSquare(StBlockRows<T, lanes>{source}, 0, target, lanes);
+    for (int column = 0; column < width; ++column) {
+        std::copy_n(target + lanes * column, height, out + outStride * column);
     }
 }
 
 /// What is left of a tile at the right or the lower edge.
 template <class T>
-MANI_VECTOR_VARIANTS void TransposeTilePart(const T* in, std::int64_t inStride, int width, int height, T* out,
+MANI_VECTOR_VARIANTS void TransposeTilePart(const T* const* rows, std::int64_t x, int width, int height, T* out,
                                             std::int64_t outStride) {
     constexpr int lanes = kLanes<T>;
-    for (int y = 0; y < height; y += lanes) {
-        for (int x = 0; x < width; x += lanes) {
-            const T* square = in + inStride * y + x;
-            T* place = out + outStride * x + y;
-            const int columns = std::min(lanes, width - x);
-            const int rows = std::min(lanes, height - y);
-            if (columns == lanes && rows == lanes) {
-                TransposeSquare(square, inStride, place, outStride);
+    for (int row = 0; row < height; row += lanes) {
+        for (int column = 0; column < width; column += lanes) {
+            T* place = out + outStride * column + row;
+            const int columns = std::min(lanes, width - column);
+            const int count = std::min(lanes, height - row);
+            if (columns == lanes && count == lanes) {
+                TransposeSquare(rows + row, x + column, place, outStride);
             } else {
-                TransposeSquarePart(square, inStride, columns, rows, place, outStride);
+                TransposeSquarePart(rows + row, x + column, columns, count, place, outStride);
             }
         }
     }
 }
 
-/// Tiles that follow one another along a row fetch neighbouring lines.
+/// Finds where some rows of a stack begin, from the row `y` on.
+template <class T> void FindRows(const StStack<T>& in, std::int64_t y, std::int64_t count, const T** rows) {
+    std::int64_t plane = y / in.height;
+    std::int64_t row = y % in.height;
+    for (std::int64_t found = 0; found < count; row = 0, ++plane) {
+        const T* first = in.first + in.planeStride * plane;
+        for (; row < in.height && found < count; ++row, ++found) {
+            rows[found] = first + in.stride * row;
+        }
+    }
+}
+
+/// The part of a stack from the column `left` and the row `top` on. Tiles that follow one another along a row fetch
+/// neighbouring lines.
 template <bool Streams, class T>
-void TransposeBlock(const T* in, std::int64_t inStride, std::int64_t width, std::int64_t height, T* out,
-                    std::int64_t outStride) {
+void TransposeBlock(const StStack<T>& in, std::int64_t left, std::int64_t width, std::int64_t top, std::int64_t height,
+                    T* out, std::int64_t outStride) {
     constexpr std::int64_t side = kSide<T>;
     const auto transposeTile = ChooseTransposeTile<Streams, T>();
-    for (std::int64_t y = 0; y < height; y += side) {
-        for (std::int64_t x = 0; x < width; x += side) {
-            const T* tile = in + inStride * y + x;
+    const T* rows[side];
+    for (std::int64_t y = top; y < top + height; y += side) {
+        const std::int64_t count = std::min(side, top + height - y);
+        FindRows(in, y, count, rows);
+        for (std::int64_t x = left; x < left + width; x += side) {
+            const std::int64_t columns = std::min(side, left + width - x);
             T* place = out + outStride * x + y;
-            const std::int64_t columns = std::min(side, width - x);
-            const std::int64_t rows = std::min(side, height - y);
-            if (columns == side && rows == side) {
-                transposeTile(tile, inStride, place, outStride);
+            if (columns == side && count == side) {
+                transposeTile(rows, x, place, outStride);
             } else {
-                TransposeTilePart(tile, inStride, static_cast<int>(columns), static_cast<int>(rows), place, outStride);
+                TransposeTilePart(rows, x, static_cast<int>(columns), static_cast<int>(count), place, outStride);
             }
         }
     }
@@ -234,18 +255,14 @@ void TransposeBlock(const T* in, std::int64_t inStride, std::int64_t width, std:
 
 } // namespace
 
-template <class T>
-void TransposePlane(const T* in, std::int64_t inStride, std::int64_t width, std::int64_t height, T* out,
-                    std::int64_t outStride) {
-    constexpr std::int64_t side = kSide<T>;
-    constexpr std::int64_t blockSide = 16 * side;
-    const bool streams = ShouldStream(out, outStride, width);
+template <class T> void Transpose(const StStack<T>& in, T* out, std::int64_t outStride) {
+    constexpr std::int64_t blockSide = 16 * kSide<T>;
+    const std::int64_t height = in.height * in.planes;
+    const bool streams = ShouldStream(out, outStride, in.width);
     const auto transposeBlock = streams ? &TransposeBlock<true, T> : &TransposeBlock<false, T>;
     for (std::int64_t top = 0; top < height; top += blockSide) {
-        for (std::int64_t left = 0; left < width; left += blockSide) {
-            const std::int64_t columns = std::min(blockSide, width - left);
-            const std::int64_t rows = std::min(blockSide, height - top);
-            transposeBlock(in + inStride * top + left, inStride, columns, rows, out + outStride * left + top,
+        for (std::int64_t left = 0; left < in.width; left += blockSide) {
+            transposeBlock(in, left, std::min(blockSide, in.width - left), top, std::min(blockSide, height - top), out,
                            outStride);
         }
     }
@@ -254,14 +271,10 @@ void TransposePlane(const T* in, std::int64_t inStride, std::int64_t width, std:
     }
 }
 
-template void TransposePlane(const std::uint8_t*, std::int64_t, std::int64_t, std::int64_t, std::uint8_t*,
-                             std::int64_t);
-template void TransposePlane(const std::uint16_t*, std::int64_t, std::int64_t, std::int64_t, std::uint16_t*,
-                             std::int64_t);
-template void TransposePlane(const std::uint32_t*, std::int64_t, std::int64_t, std::int64_t, std::uint32_t*,
-                             std::int64_t);
-template void TransposePlane(const std::uint64_t*, std::int64_t, std::int64_t, std::int64_t, std::uint64_t*,
-                             std::int64_t);
-template void TransposePlane(const float*, std::int64_t, std::int64_t, std::int64_t, float*, std::int64_t);
+template void Transpose(const StStack<std::uint8_t>&, std::uint8_t*, std::int64_t);
+template void Transpose(const StStack<std::uint16_t>&, std::uint16_t*, std::int64_t);
+template void Transpose(const StStack<std::uint32_t>&, std::uint32_t*, std::int64_t);
+template void Transpose(const StStack<std::uint64_t>&, std::uint64_t*, std::int64_t);
+template void Transpose(const StStack<float>&, float*, std::int64_t);
 
 } // namespace QUOR::manipulation

@@ -4,13 +4,21 @@
 
 namespace QUOR::manipulation {
 
-/// Swaps rows and columns of a plane, which isn't empty: element x of row y becomes element y of row x. Strides are the
-/// elements from one row to the next and may be negative: a plane that is read or written from its last row on is
-/// turned by a quarter.
+/// Planes of one size, one below the other: row y of plane p is row `height * p + y` of them all. Strides are the
+/// elements from one row or plane to the next.
+template <class T> struct StStack {
+    const T* first;
+    std::int64_t stride;
+    std::int64_t width;
+    std::int64_t height;
+    std::int64_t planeStride = 0;
+    std::int64_t planes = 1;
+};
+
+/// Swaps rows and columns of a stack, which isn't empty: element x of row y becomes element y of row x. Strides of rows
+/// may be negative: a plane that is read or written from its last row on is turned by a quarter.
 ///
 /// Made for unsigned integers of 8, 16, 32 and 64 bits, as patterns of bits, and for floats.
-template <class T>
-void TransposePlane(const T* in, std::int64_t inStride, std::int64_t width, std::int64_t height, T* out,
-                    std::int64_t outStride);
+template <class T> void Transpose(const StStack<T>& in, T* out, std::int64_t outStride);
 
 } // namespace QUOR::manipulation
