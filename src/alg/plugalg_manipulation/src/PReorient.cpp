@@ -385,6 +385,7 @@ MANI_VECTOR_VARIANTS void ClearOutside(const StPositions& at, int count, StSourc
 /// Turns a plane, group of rows by group of rows.
 template <class T> class CTurn {
 public:
+    // Its blocks are filled before they are read. NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
     CTurn(const T* in, const CSize& size, const StWindow& window, T background, T* out)
         : m_source{in, Extent32(size.x), Extent32(size.y), window.c, window.s, background}, m_window(window),
           m_out(out), m_rows(std::clamp<std::int64_t>(std::int64_t{window.y1} - window.y0, 0, window.height)),

@@ -41,6 +41,7 @@ template <class T> using Lane = std::conditional_t<std::is_same_v<T, float>, std
 
 /// The columns of a part of all rows of the output.
 template <class T> struct StColumns {
+    // As many of each are filled as there are columns. NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
     StColumns(std::int64_t left, int number, double ratio, std::int64_t width) : count(number) {
         for (int i = 0; i < count; ++i) {
             const StBetween column = Between(left + i, ratio, width);
@@ -163,6 +164,7 @@ MANI_VECTOR_VARIANTS void PrepareMixed(const std::uint8_t* in, const StColumns<s
     std::uint8_t second[kColumns];
     SpreadRow(in, columns, first, second);
     for (int i = 0; i < columns.count; ++i) {
+        // SpreadRow has filled as many. NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage)
         PrepareElement(first[i], second[i], columns.parts[i], i, row);
     }
 }

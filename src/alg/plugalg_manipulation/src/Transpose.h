@@ -7,10 +7,10 @@ namespace QUOR::manipulation {
 /// Planes of one size, one below the other: row y of plane p is row `height * p + y` of them all. Strides are the
 /// elements from one row or plane to the next.
 template <class T> struct StStack {
-    const T* first;
-    std::int64_t stride;
-    std::int64_t width;
-    std::int64_t height;
+    const T* first = nullptr;
+    std::int64_t stride = 0;
+    std::int64_t width = 0;
+    std::int64_t height = 0;
     std::int64_t planeStride = 0;
     std::int64_t planes = 1;
 };
