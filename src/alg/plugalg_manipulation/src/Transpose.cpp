@@ -157,8 +157,8 @@ MANI_VECTOR_VARIANTS void TransposeTile(const T* const* rows, std::int64_t x, T*
 
 /// The same where a vector is a line: all squares of a column pass through the shuffles together and come out as lines.
 template <bool Streams, class T>
-[[gnu::target("arch=x86-64-v4")]] void TransposeTileByLines(const T* const* rows, std::int64_t x, T* out,
-                                                            std::int64_t outStride) {
+[[gnu::target("avx512bw,avx512vl")]] void TransposeTileByLines(const T* const* rows, std::int64_t x, T* out,
+                                                               std::int64_t outStride) {
     constexpr int side = kSide<T>;
     constexpr int squares = side / kLanes<T>;
     alignas(kLine) T source[side * side];
