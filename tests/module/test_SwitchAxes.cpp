@@ -241,6 +241,40 @@ TEST(SwitchAxes, TransposesWholeTilesOfEachType) {
     }
 }
 
+TEST(SwitchAxes, TransposesRowsAndColumnsOfAnyLength) {
+    // About 16 bytes, a cache line, two of them, and as many rows as are moved together.
+    std::mt19937 random(20261122);
+    for (const auto& [type, bytes] : {std::pair{IMAGE_GREY_8, 1}, {IMAGE_GREY_16, 2}, {IMAGE_GREY_32, 4}}) {
+        std::vector<std::int64_t> lengths{1, 2, 128, 129, 256, 261};
+        for (const std::int64_t edge : {16 / bytes, 64 / bytes, 128 / bytes}) {
+            lengths.insert(lengths.end(), {edge - 1, edge, edge + 1});
+        }
+        for (const std::int64_t width : lengths) {
+            for (const std::int64_t height : lengths) {
+                CNodeUnderTest node("SwitchAxes");
+                node.Set("axes", "YXZ").Input(0, RandomImage(type, CSize(width, height), random)).Run();
+                EXPECT_TRUE(SameImage(*PlainSwitch(node.InputImage(0), "YXZ"), node.Output()))
+                    << type.ToString() << " " << width << " x " << height;
+            }
+        }
+    }
+}
+
+TEST(SwitchAxes, TransposesPlanesThatBeginWithinABlock) {
+    // The rows of the planes x and z follow one another, in numbers that divide neither a line nor a block.
+    std::mt19937 random(20261123);
+    for (const auto& order : {"ZYX", "YZX", "ZXY"}) {
+        for (const std::int64_t width : {3, 20, 64, 150}) {
+            for (const std::int64_t depth : {3, 50, 65, 130}) {
+                CNodeUnderTest node("SwitchAxes");
+                node.Set("axes", order).Input(0, RandomImage(IMAGE_GREY_8, CSize(width, 7, depth), random)).Run();
+                EXPECT_TRUE(SameImage(*PlainSwitch(node.InputImage(0), order), node.Output()))
+                    << order << " " << width << " x 7 x " << depth;
+            }
+        }
+    }
+}
+
 TEST(SwitchAxes, TransposesPlanesBeyondTheCaches) {
     // The rows of the output are whole cache lines, but for the second one.
     std::mt19937 random(20260410);

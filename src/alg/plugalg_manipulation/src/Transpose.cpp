@@ -56,43 +56,34 @@ template <class T, int Squares, int... Lane>
     joined = __builtin_shufflevector(a, b, Lane...);
 }
 
-/// Rows that follow one another in a block.
-template <class T, int Stride> struct StBlockRows {
-    const T* first;
-
-    [[gnu::always_inline]] const T* operator[](int row) const { return first + Stride * row; }
-};
-
-/// Loads a row of each of the squares, which lie one below the other.
-template <class T, int Squares, class Rows>
-[[gnu::always_inline]] inline void LoadRow(const Rows& rows, int row, std::int64_t x, Vector<T, Squares>& loaded) {
+/// Loads a row of each of the squares, which lie one below the other in lines that follow one another.
+template <class T, int Squares> [[gnu::always_inline]] inline void LoadRow(const T* row, Vector<T, Squares>& loaded) {
     if constexpr (Squares == 1) {
-        std::memcpy(&loaded, rows[row] + x, sizeof(loaded));
+        std::memcpy(&loaded, row, sizeof(loaded));
     } else {
         constexpr int half = Squares / 2;
         Vector<T, half> upper;
         Vector<T, half> lower;
-        LoadRow<T, half>(rows, row, x, upper);
-        LoadRow<T, half>(rows, row + kLanes<T> * half, x, lower);
+        LoadRow<T, half>(row, upper);
+        LoadRow<T, half>(row + kSide<T> * kLanes<T> * half, lower);
         Join<T, half>(upper, lower, loaded, std::make_integer_sequence<int, kLanes<T> * Squares>{});
     }
 }
 
-/// Transposes squares with the side of 16 bytes that lie one below the other, from the column x of the rows on.
-template <class T, int Squares, class Rows>
-[[gnu::always_inline]] inline void TransposeSquares(const Rows& rows, std::int64_t x, Vector<T, Squares>* columns) {
-    for (int row = 0; row < kLanes<T>; ++row) {
-        LoadRow<T, Squares>(rows, row, x, columns[row]);
-    }
-    ShuffleRows<std::bit_width(unsigned{kLanes<T>}) - 1, T, Squares>(columns);
-}
-
-template <class T, class Rows>
-[[gnu::always_inline]] inline void TransposeSquare(const Rows& rows, std::int64_t x, T* out, std::int64_t outStride) {
-    Vector<T, 1> columns[kLanes<T>];
-    TransposeSquares<T, 1>(rows, x, columns);
-    for (int column = 0; column < kLanes<T>; ++column) {
-        std::memcpy(out + outStride * column, &columns[column], sizeof(columns[column]));
+/// Transposes the first columns of a tile, as many as 16 bytes have, to lines. So many squares pass through the
+/// shuffles together.
+template <int Squares, class T>
+[[gnu::always_inline]] inline void TransposeColumns(const T* tile, T (&lines)[kLanes<T>][kSide<T>]) {
+    constexpr int lanes = kLanes<T>;
+    for (int top = 0; top < kSide<T>; top += lanes * Squares) {
+        Vector<T, Squares> columns[lanes];
+        for (int row = 0; row < lanes; ++row) {
+            LoadRow<T, Squares>(tile + kSide<T> * (top + row), columns[row]);
+        }
+        ShuffleRows<std::bit_width(unsigned{lanes}) - 1, T, Squares>(columns);
+        for (int column = 0; column < lanes; ++column) {
+            std::memcpy(&lines[column][top], &columns[column], sizeof(columns[column]));
+        }
     }
 }
 
@@ -120,134 +111,188 @@ void EndStreams() {
 
 /// True for an output whose rows are whole cache lines and that is larger than what the caches keep for the next node,
 /// beside an input of the same size.
-template <class T> bool ShouldStream(const T* out, std::int64_t outStride, std::int64_t rows) {
+template <class T> bool ShouldStream(const T* out, std::int64_t outStride, std::int64_t width, std::int64_t rows) {
     constexpr std::int64_t cached = std::int64_t{8} << 20;
     const std::int64_t strideBytes = std::abs(outStride) * static_cast<std::int64_t>(sizeof(T));
-    return strideBytes % kLine == 0 && reinterpret_cast<std::uintptr_t>(out) % kLine == 0 &&
+    return width % kSide<T> == 0 && strideBytes % kLine == 0 && reinterpret_cast<std::uintptr_t>(out) % kLine == 0 &&
            strideBytes > cached / rows;
 }
 
-/// Rows of a large image lie a power of two apart and compete for the same few lines of the cache. So a tile is
-/// fetched in whole lines into a block of its own.
-template <class T> [[gnu::always_inline]] inline void FetchTile(const T* const* rows, std::int64_t x, T* tile) {
-    for (int row = 0; row < kSide<T>; ++row) {
-        std::memcpy(tile + kSide<T> * row, rows[row] + x, kLine);
-    }
-}
+/// How many lines, side by side, are fetched from a row at a time. Rows of a large image lie a power of two apart and
+/// compete for the same few places of the caches: of lines that are fetched one by one, many are gone before the
+/// others of their neighbourhood are asked for.
+constexpr int kRun = 2;
 
-/// Stored in whole lines, too.
-template <bool Streams, class T>
-MANI_VECTOR_VARIANTS void TransposeTile(const T* const* rows, std::int64_t x, T* out, std::int64_t outStride) {
-    constexpr int side = kSide<T>;
-    alignas(kLine) T source[side * side];
-    alignas(kLine) T target[side * side];
-    FetchTile(rows, x, source);
-    for (int row = 0; row < side; row += kLanes<T>) {
-        for (int column = 0; column < side; column += kLanes<T>) {
-            const StBlockRows<T, side> square{source + side * row};
-            TransposeSquare(square, column, target + side * column + row, side);
-        }
-    }
-    for (int column = 0; column < side; ++column) {
-        StoreLine<Streams>(target + side * column, out + outStride * column);
-    }
-}
+/// The lines of a block: half of the first cache.
+constexpr int kBlockLines = 256;
 
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
+/// A part of a stack: as many columns and rows, from the column `left` of the row `y` of a plane on.
+struct StPart {
+    std::int64_t left;
+    std::int64_t y;
+    std::int64_t plane;
+    int width;
+    int height;
+};
 
-/// The same where a vector is a line: all squares of a column pass through the shuffles together and come out as lines.
-template <bool Streams, class T>
-[[gnu::target("avx512bw,avx512vl")]] void TransposeTileByLines(const T* const* rows, std::int64_t x, T* out,
-                                                               std::int64_t outStride) {
-    constexpr int side = kSide<T>;
-    constexpr int squares = side / kLanes<T>;
-    alignas(kLine) T source[side * side];
-    FetchTile(rows, x, source);
-    for (int column = 0; column < side; column += kLanes<T>) {
-        Vector<T, squares> lines[kLanes<T>];
-        TransposeSquares<T, squares>(StBlockRows<T, side>{source}, column, lines);
-        for (int line = 0; line < kLanes<T>; ++line) {
-            StoreLine<Streams>(&lines[line], out + outStride * (column + line));
+/// A part of a stack that was fetched: its lines from left to right, and of each of these all rows, as many as there is
+/// room for, one behind the other. The last line ends where the part ends.
+// Lines are fetched before they are read. NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
+template <class T> struct StBlock {
+    int rows = 0;
+    alignas(kLine) T lines[kBlockLines][kSide<T>];
+};
+
+/// Calls `fetch` with where each row of a part begins, and with where its first line goes. What steers the loops is
+/// passed by value: the compiler takes bytes that are stored for anything that is known by its place.
+template <class T, class Fetch>
+[[gnu::always_inline]] inline void ForEachRow(const StStack<T> in, const StPart part, StBlock<T>& block,
+                                              const Fetch fetch) {
+    std::int64_t y = part.y;
+    std::int64_t plane = part.plane;
+    for (int row = 0; row < part.height; y = 0, ++plane) {
+        const T* first = in.first + in.planeStride * plane + part.left;
+        const auto end = static_cast<int>(std::min<std::int64_t>(part.height, row + in.height - y));
+        for (; row < end; ++row, ++y) {
+            fetch(first + in.stride * y, block.lines[row]);
         }
     }
 }
 
-template <bool Streams, class T> auto ChooseTransposeTile() {
-    return __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") ? &TransposeTileByLines<Streams, T>
-                                                                                    : &TransposeTile<Streams, T>;
-}
-
-#else
-
-template <bool Streams, class T> auto ChooseTransposeTile() { return &TransposeTile<Streams, T>; }
-
-#endif
-
-/// What is left of a square at the right or the lower edge: a whole one, of which only a part is fetched and stored.
-template <class T>
-[[gnu::always_inline]] inline void TransposeSquarePart(const T* const* rows, std::int64_t x, int width, int height,
-                                                       T* out, std::int64_t outStride) {
-    constexpr int lanes = kLanes<T>;
-    T source[lanes * lanes] = {};
-    T target[lanes * lanes];
-    for (int row = 0; row < height; ++row) {
-        std::copy_n(rows[row] + x, width, source + lanes * row);
-    }
-    TransposeSquare(StBlockRows<T, lanes>{source}, 0, target, lanes);
-    for (int column = 0; column < width; ++column) {
-        std::copy_n(target + lanes * column, height, out + outStride * column);
+/// Asks the memory for the lines of a row that the next part, to the right, is made of. Where lines of memory begin
+/// elsewhere, the first one is there already: it holds the end of this part, too.
+template <class T> [[gnu::always_inline]] inline void FetchAhead(const T* next) {
+    constexpr int toRead = 0;
+    constexpr int intoSecondCache = 2;
+    for (std::int64_t line = 1; line <= kRun; ++line) {
+        __builtin_prefetch(next + kSide<T> * line - 1, toRead, intoSecondCache);
     }
 }
 
-/// What is left of a tile at the right or the lower edge.
+/// Fetches a part whose rows have so many whole lines, and perhaps some elements more. These are fetched with the
+/// elements before them, as a whole line.
+template <int Lines, class T>
+[[gnu::always_inline]] inline void FetchLines(const StStack<T> in, const StPart part, StBlock<T>& block) {
+    constexpr std::int64_t side = kSide<T>;
+    const std::int64_t step = side * block.rows;
+    const bool hasMore = part.width > side * Lines;
+    const bool hasNext = part.left + part.width + side * kRun <= in.width;
+    ForEachRow(in, part, block, [=](const T* from, T* to) {
+        for (int line = 0; line < Lines; ++line) {
+            std::memcpy(to + step * line, from + side * line, kLine);
+        }
+        if (hasMore) {
+            std::memcpy(to + step * Lines, from + part.width - side, kLine);
+        }
+        if (hasNext) {
+            FetchAhead(from + part.width);
+        }
+    });
+}
+
+/// Fetches a part of a stack whose rows are shorter than a line, but not than a square.
 template <class T>
-MANI_VECTOR_VARIANTS void TransposeTilePart(const T* const* rows, std::int64_t x, int width, int height, T* out,
-                                            std::int64_t outStride) {
+[[gnu::always_inline]] inline void FetchPieces(const StStack<T> in, const StPart part, StBlock<T>& block) {
     constexpr int lanes = kLanes<T>;
-    for (int row = 0; row < height; row += lanes) {
-        for (int column = 0; column < width; column += lanes) {
-            T* place = out + outStride * column + row;
-            const int columns = std::min(lanes, width - column);
-            const int count = std::min(lanes, height - row);
-            if (columns == lanes && count == lanes) {
-                TransposeSquare(rows + row, x + column, place, outStride);
-            } else {
-                TransposeSquarePart(rows + row, x + column, columns, count, place, outStride);
+    ForEachRow(in, part, block, [=](const T* from, T* to) {
+        T* first = to + kSide<T> - part.width;
+        for (int left = 0; left < part.width; left += lanes) {
+            const int column = std::min(left, part.width - lanes);
+            std::memcpy(first + column, from + column, sizeof(T) * lanes);
+        }
+    });
+}
+
+template <class T>
+[[gnu::always_inline]] inline void FetchBlock(const StStack<T>& in, const StPart& part, StBlock<T>& block) {
+    static_assert(kRun == 2);
+    if (in.width < kSide<T>) {
+        FetchPieces(in, part, block);
+    } else if (part.width < kSide<T>) {
+        FetchLines<0>(in, part, block);
+    } else if (part.width < 2 * kSide<T>) {
+        FetchLines<1>(in, part, block);
+    } else {
+        FetchLines<2>(in, part, block);
+    }
+}
+
+/// Where in a block a column begins that has as many beside it as a square has.
+template <class T> const T* FindColumn(const StBlock<T>& block, int width, int column) {
+    constexpr int side = kSide<T>;
+    const int whole = width / side;
+    return column + kLanes<T> <= side * whole ? block.lines[block.rows * (column / side)] + column % side
+                                              : block.lines[block.rows * whole] + (column + side - width);
+}
+
+/// Moves a part of a stack that is as wide as a square and as high as a line, or more. At the right and at the lower
+/// edge, what lies before it is moved once more rather than a part of a line.
+///
+/// The lines of an output row that a block has leave one after the other, or they would evict each other.
+template <bool Streams, int Squares, class T>
+[[gnu::always_inline]] inline void MovePart(const StStack<T>& in, const StPart part, StBlock<T>& block, T* out,
+                                            const std::int64_t outStride) {
+    constexpr int side = kSide<T>;
+    constexpr int lanes = kLanes<T>;
+    FetchBlock(in, part, block);
+    for (int left = 0; left < part.width; left += lanes) {
+        const int column = std::min(left, part.width - lanes);
+        const T* first = FindColumn(block, part.width, column);
+        for (int top = 0; top < part.height; top += side) {
+            const int row = std::min(top, part.height - side);
+            alignas(kLine) T lines[lanes][side];
+            TransposeColumns<Squares>(first + side * row, lines);
+            std::int64_t place = outStride * column + row;
+            for (int line = 0; line < lanes; ++line, place += outStride) {
+                StoreLine<Streams>(lines[line], out + place);
             }
         }
     }
 }
 
-/// Finds where some rows of a stack begin, from the row `y` on.
-template <class T> void FindRows(const StStack<T>& in, std::int64_t y, std::int64_t count, const T** rows) {
-    std::int64_t plane = y / in.height;
-    std::int64_t row = y % in.height;
-    for (std::int64_t found = 0; found < count; row = 0, ++plane) {
-        const T* first = in.first + in.planeStride * plane;
-        for (; row < in.height && found < count; ++row, ++found) {
-            rows[found] = first + in.stride * row;
-        }
-    }
+template <bool Streams, class T>
+MANI_VECTOR_VARIANTS void MovePartBySquares(const StStack<T>& in, const StPart& part, StBlock<T>& block, T* out,
+                                            std::int64_t outStride) {
+    MovePart<Streams, 1>(in, part, block, out, outStride);
 }
 
-/// The part of a stack from the column `left` and the row `top` on. Tiles that follow one another along a row fetch
-/// neighbouring lines.
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
+
+/// The same where a vector is a line: all squares of a tile's columns pass through the shuffles together.
 template <bool Streams, class T>
-void TransposeBlock(const StStack<T>& in, std::int64_t left, std::int64_t width, std::int64_t top, std::int64_t height,
-                    T* out, std::int64_t outStride) {
-    constexpr std::int64_t side = kSide<T>;
-    const auto transposeTile = ChooseTransposeTile<Streams, T>();
-    const T* rows[side];
-    for (std::int64_t y = top; y < top + height; y += side) {
-        const std::int64_t count = std::min(side, top + height - y);
-        FindRows(in, y, count, rows);
-        for (std::int64_t x = left; x < left + width; x += side) {
-            const std::int64_t columns = std::min(side, left + width - x);
-            T* place = out + outStride * x + y;
-            if (columns == side && count == side) {
-                transposeTile(rows, x, place, outStride);
-            } else {
-                TransposeTilePart(rows, x, static_cast<int>(columns), static_cast<int>(count), place, outStride);
+[[gnu::target("avx512bw,avx512vl")]] void MovePartByLines(const StStack<T>& in, const StPart& part, StBlock<T>& block,
+                                                          T* out, std::int64_t outStride) {
+    MovePart<Streams, kLine / 16>(in, part, block, out, outStride);
+}
+
+template <bool Streams, class T> auto ChooseMovePart() {
+    return __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") ? &MovePartByLines<Streams, T>
+                                                                                    : &MovePartBySquares<Streams, T>;
+}
+
+#else
+
+template <bool Streams, class T> auto ChooseMovePart() { return &MovePartBySquares<Streams, T>; }
+
+#endif
+
+/// Moves a part of a stack that is narrower than a square or less high than a line: only what there is is fetched and
+/// stored.
+template <class T>
+MANI_VECTOR_VARIANTS void MoveThinPart(const StStack<T>& in, const StPart& part, StBlock<T>& block, T* out,
+                                       std::int64_t outStride) {
+    constexpr int side = kSide<T>;
+    constexpr int lanes = kLanes<T>;
+    const std::size_t rowBytes = sizeof(T) * static_cast<std::size_t>(part.width);
+    ForEachRow(in, part, block, [=](const T* from, T* to) { std::memcpy(to, from, rowBytes); });
+    for (int left = 0; left < part.width; left += lanes) {
+        const int columns = std::min(lanes, part.width - left);
+        for (int top = 0; top < part.height; top += side) {
+            const int rows = std::min(side, part.height - top);
+            alignas(kLine) T lines[lanes][side];
+            TransposeColumns<1>(block.lines[top] + left, lines);
+            for (int line = 0; line < columns; ++line) {
+                std::copy_n(lines[line], rows, out + outStride * (left + line) + top);
             }
         }
     }
@@ -256,14 +301,24 @@ void TransposeBlock(const StStack<T>& in, std::int64_t left, std::int64_t width,
 } // namespace
 
 template <class T> void Transpose(const StStack<T>& in, T* out, std::int64_t outStride) {
-    constexpr std::int64_t blockSide = 16 * kSide<T>;
+    constexpr std::int64_t side = kSide<T>;
     const std::int64_t height = in.height * in.planes;
-    const bool streams = ShouldStream(out, outStride, in.width);
-    const auto transposeBlock = streams ? &TransposeBlock<true, T> : &TransposeBlock<false, T>;
-    for (std::int64_t top = 0; top < height; top += blockSide) {
-        for (std::int64_t left = 0; left < in.width; left += blockSide) {
-            transposeBlock(in, left, std::min(blockSide, in.width - left), top, std::min(blockSide, height - top), out,
-                           outStride);
+    const bool isThin = in.width < kLanes<T> || height < side;
+    const bool streams = !isThin && ShouldStream(out, outStride, height, in.width);
+    auto movePart = &MoveThinPart<T>;
+    if (!isThin) {
+        movePart = streams ? ChooseMovePart<true, T>() : ChooseMovePart<false, T>();
+    }
+    const std::int64_t run = isThin || in.width <= side ? 1 : kRun;
+    StBlock<T> block;
+    block.rows = static_cast<int>(kBlockLines / run);
+    for (std::int64_t next = 0; next < height; next += block.rows) {
+        const std::int64_t top = isThin ? next : std::min(next, height - side);
+        const int rows = static_cast<int>(std::min<std::int64_t>(block.rows, height - top));
+        StPart part{0, top % in.height, top / in.height, 0, rows};
+        for (; part.left < in.width; part.left += part.width) {
+            part.width = static_cast<int>(std::min(side * run, in.width - part.left));
+            movePart(in, part, block, out + outStride * part.left + top, outStride);
         }
     }
     if (streams) {
