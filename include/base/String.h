@@ -29,8 +29,14 @@ public:
     std::size_t Length() const { return m_text.size(); }
     bool IsEmpty() const { return m_text.empty(); }
 
-    /// True if this string has exactly the `length` bytes at `text`.
-    bool Equal(const char* text, std::size_t length = NPOS) const;
+    /// True if this string has exactly the `length` bytes at `text`; null is the empty string. Here, so that the
+    /// compiler knows the length of a literal.
+    bool Equal(const char* text, std::size_t length = NPOS) const {
+        if (text == nullptr) {
+            return m_text.empty();
+        }
+        return m_text == (length == NPOS ? std::string_view(text) : std::string_view(text, length));
+    }
 
     /// Puts an argument in the place of the placeholder with the lowest number, `%1` to `%99`, wherever that
     /// stands. Text that came from an argument is never searched for placeholders. Without a placeholder the

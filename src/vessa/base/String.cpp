@@ -61,13 +61,6 @@ CString::CString(const char* text, std::size_t length) {
     }
 }
 
-bool CString::Equal(const char* text, std::size_t length) const {
-    if (text == nullptr) {
-        return m_text.empty();
-    }
-    return m_text == std::string_view(text, length == NPOS ? std::strlen(text) : length);
-}
-
 CString& CString::Arg(const char* text) { return FillPlaceholder(text == nullptr ? "" : text); }
 
 CString& CString::Arg(const std::string& text) { return FillPlaceholder(text); }

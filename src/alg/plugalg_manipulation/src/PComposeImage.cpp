@@ -188,8 +188,9 @@ private:
 
 /// Cuts a canvas along an axis where an image begins or ends.
 CStretches Stretches(std::int64_t canvas, const StRange& first, const StRange& second) {
-    std::array<std::int64_t, 6> cuts{0, first.begin, first.end, second.begin, second.end, canvas};
-    std::sort(cuts.begin(), cuts.end());
+    std::array<std::int64_t, 6> cuts{0, 0, 0, 0, 0, canvas};
+    const std::array edges{first.begin, first.end, second.begin, second.end};
+    std::merge(edges.begin(), edges.begin() + 2, edges.begin() + 2, edges.end(), cuts.begin() + 1);
     const auto covers = [](const StRange& image, std::int64_t x) { return x >= image.begin && x < image.end; };
     CStretches stretches;
     for (std::size_t i = 1; i < cuts.size(); ++i) {
