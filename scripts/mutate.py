@@ -187,7 +187,8 @@ class Bench:
         """Compiles the module as it stands, and measures the tests on it. Each function is made once, not for each
         width of the processor's vectors."""
         original = shutil.copytree(SOURCES, self.scratch / "original")
-        (original / "VectorVariants.h").write_text("#pragma once\n#define MANI_VECTOR_VARIANTS\n")
+        variants = original / "VectorVariants.h"
+        variants.write_text(re.sub(r"#if .*?#endif", "#define MANI_VECTOR_VARIANTS", variants.read_text(), flags=re.DOTALL))
         with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
             if not all(pool.map(lambda name: self.compile(name, "original"), self.commands)):
                 sys.exit("the module doesn't compile as it stands")

@@ -551,6 +551,17 @@ TEST(Resize, AddsWeightedElementsInOrder) {
     }
 }
 
+TEST(Resize, SmoothsRowsTooWideForTheCaches) {
+    // Sixteen rows of sums are more than the caches hold; those of the first image are whole cache lines.
+    std::mt19937 random(20261122);
+    for (const std::int64_t width : {1048704, 1048696}) {
+        StResize gauss(RandomImage(IMAGE_GREY_8, CSize(width, 16), random), 0.125, 0.125);
+        gauss.node.Set("shrink_method", "gauss");
+        const CImage& output = gauss.Output();
+        EXPECT_TRUE(SameImage(*PlainGauss<std::uint8_t>(gauss.node.InputImage(0), 0.125, 0.125), output)) << width;
+    }
+}
+
 TEST(Resize, GreysLoseALevelWhereTheirFourPartsDo) {
     // The parts of one grey come to it or, by their roundings, to just below it.
     std::int64_t lowered = 0;
