@@ -341,5 +341,26 @@ TEST(Pad, AgreesWithThePlainLoopOnRandomImages) {
     }
 }
 
+TEST(Pad, PlacesRowsOfAnyLength) {
+    // About one cache line, four of them and a page, with margins from none to some lines between the rows.
+    std::mt19937 random(20261124);
+    const auto expect = [&]<class T>(const IImage::CType& type, double value, T fill) {
+        for (const int bytes : {63, 64, 65, 127, 128, 255, 256, 257, 300, 512, 4095, 4096, 4097}) {
+            for (const Margins& margins :
+                 {Margins{0, 0, 1, 1, 0, 0}, Margins{1, 0, 0, 0, 1, 0}, Margins{0, 17, 2, 0, 0, 0},
+                  Margins{31, 33, 1, 2, 0, 1}, Margins{0, 150, 0, 0, 0, 0}}) {
+                const CSize size(bytes / static_cast<int>(sizeof(T)) + bytes % 2, 5, 2);
+                const StPadded padded(RandomImage(type, size, random), margins, value);
+                EXPECT_EQ(ElementsOf<T>(padded.Image()), PlainPad<T>(padded.node.InputImage(0), margins, fill))
+                    << type.ToString() << " " << bytes;
+            }
+        }
+    };
+    expect(IMAGE_GREY_F, -0.0, std::uint32_t{0x80000000U});
+    expect(IMAGE_GREY_32, 7.0, std::uint32_t{7});
+    expect(IMAGE_GREY_16, 300.0, std::uint16_t{300});
+    expect(IMAGE_GREY_8, 9.0, std::uint8_t{9});
+}
+
 } // namespace
 } // namespace QUOR::test

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Elements.h"
+#include "Rows.h"
 
 #include <algorithm>
 #include <cstring>
@@ -81,10 +82,8 @@ template <class T>
 void CopyCuboid(const T* in, const StExtents& inExtents, T* out, const StExtents& outExtents, const StExtents& cuboid) {
     const StExtents runs = CommonRuns(cuboid, inExtents, outExtents);
     for (std::int64_t z = 0; z < runs.depth; ++z) {
-        for (std::int64_t y = 0; y < runs.height; ++y) {
-            CopyElements(in + inExtents.width * (y + inExtents.height * z),
-                         out + outExtents.width * (y + outExtents.height * z), runs.width);
-        }
+        CopyRows(in + inExtents.width * inExtents.height * z, inExtents.width,
+                 out + outExtents.width * outExtents.height * z, outExtents.width, runs.width, runs.height);
     }
 }
 
@@ -101,12 +100,11 @@ void PlaceCuboid(const T* in, const StExtents& inExtents, T* out, const StExtent
     const StExtents runs = CommonRuns(cuboid, inExtents, outExtents);
     std::int64_t written = 0; // elements from the start of the output on
     for (std::int64_t z = 0; z < runs.depth; ++z) {
-        for (std::int64_t y = 0; y < runs.height; ++y) {
-            const std::int64_t run = ElementNumber(outExtents, {at.x, at.y + y, at.z + z});
-            std::fill(out + written, out + run, fill);
-            CopyElements(in + inExtents.width * (y + inExtents.height * z), out + run, runs.width);
-            written = run + runs.width;
-        }
+        const std::int64_t run = ElementNumber(outExtents, {at.x, at.y, at.z + z});
+        std::fill(out + written, out + run, fill);
+        PlaceRows(in + inExtents.width * inExtents.height * z, inExtents.width, out + run, outExtents.width, runs.width,
+                  runs.height, fill);
+        written = run + outExtents.width * (runs.height - 1) + runs.width;
     }
     std::fill(out + written, out + end, fill);
 }

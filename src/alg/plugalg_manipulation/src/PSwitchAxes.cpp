@@ -3,15 +3,16 @@
 
 #include "PSwitchAxes.h"
 
-#include "Blocks.h"
 #include "Description.h"
 #include "Elements.h"
 #include "Inputs.h"
 #include "Output.h"
+#include "Rows.h"
 #include "Transpose.h"
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <string_view>
 
 namespace QUOR {
@@ -86,10 +87,8 @@ template <class T> void MoveElements(const CImage& input, CImage& output, std::s
     const StAxis& column = *std::min_element(axes.begin(), last, nearer);
     if (&column == &row) {
         for (std::int64_t z = 0; z < third.extent; ++z) {
-            for (std::int64_t y = 0; y < second.extent; ++y) {
-                CopyElements(in + second.inStride * y + third.inStride * z,
-                             out + second.outStride * y + third.outStride * z, row.extent);
-            }
+            CopyRows(in + third.inStride * z, second.inStride, out + third.outStride * z, second.outStride, row.extent,
+                     second.extent);
         }
         return;
     }
