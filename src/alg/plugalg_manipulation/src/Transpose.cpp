@@ -70,18 +70,23 @@ template <class T, int Squares> [[gnu::always_inline]] inline void LoadRow(const
     }
 }
 
-/// Transposes the first columns of a tile, as many as 16 bytes have, to lines. So many squares pass through the
-/// shuffles together.
+/// Transposes squares that lie one below the other. So many pass through the shuffles together.
+template <class T, int Squares>
+[[gnu::always_inline]] inline void TransposeSquares(const T* first, Vector<T, Squares>* columns) {
+    constexpr int lanes = kLanes<T>;
+    for (int row = 0; row < lanes; ++row) {
+        LoadRow<T, Squares>(first + kSide<T> * row, columns[row]);
+    }
+    ShuffleRows<std::bit_width(unsigned{lanes}) - 1, T, Squares>(columns);
+}
+
+/// Transposes the first columns of a tile, as many as a square has, to lines.
 template <int Squares, class T>
 [[gnu::always_inline]] inline void TransposeColumns(const T* tile, T (&lines)[kLanes<T>][kSide<T>]) {
-    constexpr int lanes = kLanes<T>;
-    for (int top = 0; top < kSide<T>; top += lanes * Squares) {
-        Vector<T, Squares> columns[lanes];
-        for (int row = 0; row < lanes; ++row) {
-            LoadRow<T, Squares>(tile + kSide<T> * (top + row), columns[row]);
-        }
-        ShuffleRows<std::bit_width(unsigned{lanes}) - 1, T, Squares>(columns);
-        for (int column = 0; column < lanes; ++column) {
+    for (int top = 0; top < kSide<T>; top += kLanes<T> * Squares) {
+        Vector<T, Squares> columns[kLanes<T>];
+        TransposeSquares<T, Squares>(tile + kSide<T> * top, columns);
+        for (int column = 0; column < kLanes<T>; ++column) {
             std::memcpy(&lines[column][top], &columns[column], sizeof(columns[column]));
         }
     }
@@ -276,8 +281,27 @@ template <bool Streams, class T> auto ChooseMovePart() { return &MovePartBySquar
 
 #endif
 
-/// Moves a part of a stack that is narrower than a square or less high than a line: only what there is is fetched and
-/// stored.
+/// Moves a part of a stack that is less high than a line, but not than a square: square by square.
+template <class T>
+MANI_VECTOR_VARIANTS void MoveLowPart(const StStack<T>& in, const StPart& part, StBlock<T>& block, T* out,
+                                      std::int64_t outStride) {
+    constexpr int lanes = kLanes<T>;
+    FetchBlock(in, part, block);
+    for (int left = 0; left < part.width; left += lanes) {
+        const int column = std::min(left, part.width - lanes);
+        const T* first = FindColumn(block, part.width, column);
+        for (int top = 0; top < part.height; top += lanes) {
+            const int row = std::min(top, part.height - lanes);
+            Vector<T, 1> columns[lanes];
+            TransposeSquares<T, 1>(first + kSide<T> * row, columns);
+            for (int line = 0; line < lanes; ++line) {
+                std::memcpy(out + outStride * (column + line) + row, &columns[line], sizeof(columns[line]));
+            }
+        }
+    }
+}
+
+/// Moves a part of a stack that is narrower or less high than a square: only what there is is fetched and stored.
 template <class T>
 MANI_VECTOR_VARIANTS void MoveThinPart(const StStack<T>& in, const StPart& part, StBlock<T>& block, T* out,
                                        std::int64_t outStride) {
@@ -298,22 +322,15 @@ MANI_VECTOR_VARIANTS void MoveThinPart(const StStack<T>& in, const StPart& part,
     }
 }
 
-} // namespace
-
-template <class T> void Transpose(const StStack<T>& in, T* out, std::int64_t outStride) {
+/// Moves a stack part by part, each as wide as so many lines. The last rows are a line at least, if there are as many.
+template <class T, class MovePartFunction>
+void MoveParts(const StStack<T>& in, std::int64_t run, MovePartFunction movePart, T* out, std::int64_t outStride) {
     constexpr std::int64_t side = kSide<T>;
     const std::int64_t height = in.height * in.planes;
-    const bool isThin = in.width < kLanes<T> || height < side;
-    const bool streams = !isThin && ShouldStream(out, outStride, height, in.width);
-    auto movePart = &MoveThinPart<T>;
-    if (!isThin) {
-        movePart = streams ? ChooseMovePart<true, T>() : ChooseMovePart<false, T>();
-    }
-    const std::int64_t run = isThin || in.width <= side ? 1 : kRun;
     StBlock<T> block;
     block.rows = static_cast<int>(kBlockLines / run);
     for (std::int64_t next = 0; next < height; next += block.rows) {
-        const std::int64_t top = isThin ? next : std::min(next, height - side);
+        const std::int64_t top = std::max<std::int64_t>(0, std::min(next, height - side));
         const int rows = static_cast<int>(std::min<std::int64_t>(block.rows, height - top));
         StPart part{0, top % in.height, top / in.height, 0, rows};
         for (; part.left < in.width; part.left += part.width) {
@@ -321,8 +338,22 @@ template <class T> void Transpose(const StStack<T>& in, T* out, std::int64_t out
             movePart(in, part, block, out + outStride * part.left + top, outStride);
         }
     }
-    if (streams) {
+}
+
+} // namespace
+
+template <class T> void Transpose(const StStack<T>& in, T* out, std::int64_t outStride) {
+    const std::int64_t height = in.height * in.planes;
+    const std::int64_t run = in.width <= kSide<T> ? 1 : kRun;
+    if (std::min(in.width, height) < kLanes<T>) {
+        MoveParts(in, 1, &MoveThinPart<T>, out, outStride);
+    } else if (height < kSide<T>) {
+        MoveParts(in, run, &MoveLowPart<T>, out, outStride);
+    } else if (ShouldStream(out, outStride, height, in.width)) {
+        MoveParts(in, run, ChooseMovePart<true, T>(), out, outStride);
         EndStreams();
+    } else {
+        MoveParts(in, run, ChooseMovePart<false, T>(), out, outStride);
     }
 }
 
