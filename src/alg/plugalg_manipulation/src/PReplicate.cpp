@@ -61,9 +61,11 @@ void RepeatShortBlock(const std::uint8_t* in, std::int64_t length, std::uint8_t*
 }
 
 /// Writes `count` copies of a block of bytes one behind the other. A long block is copied in pieces, each of which is
-/// read from memory for the first copy and from the cache for the others.
+/// read from memory for the first copy and from the cache for the others: from the nearest one where the caches hold
+/// the output, too; else from the second, as memory is written faster in long runs.
 void RepeatBlock(const std::uint8_t* in, std::int64_t length, std::uint8_t* out, std::int64_t count) {
-    constexpr std::int64_t piece = 1 << 17;
+    constexpr std::int64_t cached = std::int64_t{4} << 20;
+    const std::int64_t piece = length <= cached / count ? 1 << 14 : 1 << 17;
     if (length < piece) {
         RepeatShortBlock(in, length, out, count);
         return;

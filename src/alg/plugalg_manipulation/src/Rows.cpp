@@ -31,9 +31,6 @@ void PlaceAnyRows(const T* in, std::int64_t inStride, T* out, std::int64_t outSt
 
 #if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
 
-/// How many elements a cache line has.
-template <class T> constexpr int kLineElements = kLine / sizeof(T);
-
 /// A vector as long as a cache line.
 template <class T> using Line [[gnu::vector_size(kLine)]] = T;
 
@@ -124,14 +121,20 @@ void PlaceRows(const T* in, std::int64_t inStride, T* out, std::int64_t outStrid
     ChoosePlaceRows<T>(width)(in, inStride, out, outStride, width, rows, fill);
 }
 
-#define MANI_ROWS_OF(T)                                                                                                \
-    template void CopyRows(const T*, std::int64_t, T*, std::int64_t, std::int64_t, std::int64_t);                      \
-    template void PlaceRows(const T*, std::int64_t, T*, std::int64_t, std::int64_t, std::int64_t, T)
+template void CopyRows(const std::uint8_t*, std::int64_t, std::uint8_t*, std::int64_t, std::int64_t, std::int64_t);
+template void CopyRows(const std::uint16_t*, std::int64_t, std::uint16_t*, std::int64_t, std::int64_t, std::int64_t);
+template void CopyRows(const std::uint32_t*, std::int64_t, std::uint32_t*, std::int64_t, std::int64_t, std::int64_t);
+template void CopyRows(const std::uint64_t*, std::int64_t, std::uint64_t*, std::int64_t, std::int64_t, std::int64_t);
+template void CopyRows(const float*, std::int64_t, float*, std::int64_t, std::int64_t, std::int64_t);
 
-MANI_ROWS_OF(std::uint8_t);
-MANI_ROWS_OF(std::uint16_t);
-MANI_ROWS_OF(std::uint32_t);
-MANI_ROWS_OF(std::uint64_t);
-MANI_ROWS_OF(float);
+template void PlaceRows(const std::uint8_t*, std::int64_t, std::uint8_t*, std::int64_t, std::int64_t, std::int64_t,
+                        std::uint8_t);
+template void PlaceRows(const std::uint16_t*, std::int64_t, std::uint16_t*, std::int64_t, std::int64_t, std::int64_t,
+                        std::uint16_t);
+template void PlaceRows(const std::uint32_t*, std::int64_t, std::uint32_t*, std::int64_t, std::int64_t, std::int64_t,
+                        std::uint32_t);
+template void PlaceRows(const std::uint64_t*, std::int64_t, std::uint64_t*, std::int64_t, std::int64_t, std::int64_t,
+                        std::uint64_t);
+template void PlaceRows(const float*, std::int64_t, float*, std::int64_t, std::int64_t, std::int64_t, float);
 
 } // namespace QUOR::manipulation

@@ -19,8 +19,8 @@ namespace {
 /// How many elements 16 bytes have: the side of a square.
 template <class T> constexpr int kLanes = 16 / sizeof(T);
 
-/// How many elements a cache line has: the side of a tile.
-template <class T> constexpr int kSide = kLine / sizeof(T);
+/// The side of a tile: a cache line.
+template <class T> constexpr int kSide = kLineElements<T>;
 
 /// A row of each of some squares, one square behind the other.
 template <class T, int Squares> using Vector [[gnu::vector_size(16 * Squares)]] = T;

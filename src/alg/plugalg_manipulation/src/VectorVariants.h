@@ -18,4 +18,7 @@ namespace QUOR::manipulation {
 /// loads.
 constexpr int kLine = 64;
 
+/// How many elements a cache line has.
+template <class T> constexpr int kLineElements = kLine / sizeof(T);
+
 } // namespace QUOR::manipulation
