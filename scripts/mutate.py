@@ -188,7 +188,8 @@ class Bench:
         width of the processor's vectors."""
         original = shutil.copytree(SOURCES, self.scratch / "original")
         variants = original / "VectorVariants.h"
-        variants.write_text(re.sub(r"#if .*?#endif", "#define MANI_VECTOR_VARIANTS", variants.read_text(), flags=re.DOTALL))
+        text = re.sub(r"#if .*?#endif", "#define MANI_VECTOR_VARIANTS", variants.read_text(), flags=re.DOTALL)
+        variants.write_text(text)
         with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
             if not all(pool.map(lambda name: self.compile(name, "original"), self.commands)):
                 sys.exit("the module doesn't compile as it stands")
