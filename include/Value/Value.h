@@ -38,7 +38,8 @@ public:
     virtual const CValuePointerBase* Pointer() const;
     virtual CValuePointerBase* Pointer();
 
-    /// A new value of the same kind, data and side information, which the caller owns.
+    /// A new value of the same kind, data and side information, which the caller owns. Raises a `CException` if the
+    /// object behind a pointer must be copied and can't be, or if there are several.
     virtual CValue* Clone(EnTfOwnership ownership) const = 0;
     /// Takes over the data of a value of the same kind, and its side information if `withMeta`.
     /// Raises a `CException` and changes nothing if the kinds differ.

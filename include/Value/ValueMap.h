@@ -6,7 +6,6 @@
 #include <iterator>
 #include <list>
 #include <map>
-#include <string_view>
 
 namespace QUOR {
 

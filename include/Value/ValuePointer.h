@@ -89,6 +89,13 @@ private:
     void Replace(T* object, std::size_t count);
 };
 
+/// The lines that the failures of `UnwrapPointer` name. Hosts know these failures by them, wherever the functions
+/// stand.
+/// @{
+inline constexpr int kUnwrapLine = 727;
+inline constexpr int kUnwrapConstLine = 744;
+/// @}
+
 /// The image, or another object of the class `T`, behind a value; null for a null value and for a pointer without an
 /// object. Raises a `CException` if the value is no pointer to a `T`.
 /// @{
@@ -96,7 +103,8 @@ template <class T> T* UnwrapPointer(CValue* value) {
     if (value == nullptr) {
         return nullptr;
     }
-    const StExLocation location(VESSA_BUILD_STAMP, "include/Value/ValuePointer.h", __PRETTY_FUNCTION__, 727, nullptr);
+    const StExLocation location(VESSA_BUILD_STAMP, "include/Value/ValuePointer.h", __PRETTY_FUNCTION__, kUnwrapLine,
+                                nullptr);
     CValuePointerBase::CheckTypeAndRaiseException(location, value, typeid(T));
     return static_cast<T*>(value->Pointer()->Void());
 }
@@ -105,7 +113,8 @@ template <class T> const T* UnwrapPointer(const CValue* value) {
     if (value == nullptr) {
         return nullptr;
     }
-    const StExLocation location(VESSA_BUILD_STAMP, "include/Value/ValuePointer.h", __PRETTY_FUNCTION__, 744, nullptr);
+    const StExLocation location(VESSA_BUILD_STAMP, "include/Value/ValuePointer.h", __PRETTY_FUNCTION__,
+                                kUnwrapConstLine, nullptr);
     CValuePointerBase::CheckTypeAndRaiseException(location, value, typeid(T));
     return static_cast<const T*>(value->Pointer()->Void());
 }

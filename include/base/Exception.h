@@ -29,10 +29,9 @@ public:
     CException(const char* where, const char* what, const char* detail);
     /// A failure with a record of its place; `Where()` is then the function.
     CException(const StExLocation& location, const char* what);
+    // Moves copy: an exception is never without its texts.
     CException(const CException&) = default;
-    CException(CException&&) = default;
     CException& operator=(const CException&) = default;
-    CException& operator=(CException&&) = default;
     ~CException() override;
 
     const char* Where() const;

@@ -38,8 +38,8 @@ VESSA_API void FreeZeros(void* zeros, std::size_t bytes) noexcept; ///< asked fo
 /// The block of memory that holds an image's elements, aligned to 64 bytes. Its bytes aren't initialised.
 ///
 /// Freed blocks are kept for the next images of their size: mapping fresh memory costs more than copying it. Blocks of
-/// 2 MiB and more come in huge pages where the system has them, and are kept up to an eighth of the machine's memory
-/// and 1 GiB at the most; of smaller ones down to 4 KiB 16 MiB are.
+/// 2 MiB and more come in huge pages where the system has them; up to an eighth of the machine's memory of them is
+/// kept, and 1 GiB at the most. Of smaller blocks 16 MiB are kept, and of those below 4 KiB none.
 class VESSA_API CBuffer {
 public:
     static constexpr std::size_t kAlignment = 64;

@@ -4,8 +4,6 @@
 #include "image/Buffer.h"
 #include "image/Size.h"
 
-#include <memory>
-
 namespace QUOR {
 
 class CImage;
@@ -54,7 +52,7 @@ public:
 
         std::uint16_t channels;     ///< number of channels
         std::uint16_t channelBytes; ///< bytes of one sample
-        std::uint16_t pixelBytes;   ///< bytes of one element with all its channels
+        std::uint16_t pixelBytes;   ///< bytes of one element with all its channels, or their low 16 bits
         bool interleaved;           ///< the channels of an element lie together; false for planes
         std::uint16_t kind;         ///< code of the element kind
 
@@ -65,7 +63,8 @@ public:
     virtual ~IImage();
 
     /// Access to single elements, which the caller owns; it must not outlive the image or a change of its size.
-    /// If `checked`, as by default, coordinates outside the image raise a `CException`.
+    /// If `checked`, as by default, coordinates outside the image raise a `CException`. So does a type whose samples
+    /// have other than 1, 2, 4 or 8 bytes.
     /// @{
     virtual const IAccess* CreateAccess() const = 0;
     virtual const IAccess* CreateAccess(bool checked) const = 0;
@@ -85,7 +84,8 @@ public:
 
     /// Gives the image a new size; its elements aren't initialised then, the attributes stay. `extra` is reserved and
     /// all zero. Raises a `CException` that names the extents if one is negative or the image had more than
-    /// 2^63 - 1 bytes, and `std::bad_alloc` for memory that cannot be had; the image is unchanged then.
+    /// 2^63 - 1 bytes, one that names the type if an element had more than 65535 bytes, and `std::bad_alloc` for memory
+    /// that cannot be had; the image is unchanged then.
     virtual CImage& Resize(const CSize& size, const CSize& extra) = 0;
 
     /// Reads the same bits as elements of another type. Raises a `CException` if its elements have another number of

@@ -39,7 +39,8 @@ public:
     virtual void Run() = 0;
     /// Keeps a copy of `data` under `name` if `level` is at most the debug level.
     virtual void AddDebugData(int level, const CValue& data, const char* name);
-    /// Keeps `data` under `name`: the value itself if `takeOwnership`, also on failure, else a copy.
+    /// Keeps `data` under `name`: the value itself if `takeOwnership`, also on failure, else a copy. Null removes what
+    /// is kept there.
     virtual void AddResultData(CValue* data, bool takeOwnership, const char* name);
 
     /// The parameters, as a vector with a single map.
@@ -52,7 +53,8 @@ public:
     /// The value on an input slot, still the host's. For an empty slot: null, or a `CException` if `required`.
     CValue* GetStackInput(int index, bool required);
     bool HasStackInput(Long index) const;
-    /// Leaves `value` as an output, which the host owns from then on; an earlier value there is freed.
+    /// Leaves `value` as an output, which the host owns from then on; an earlier value there is freed. Raises a
+    /// `CException` for an index below 0.
     void SetStackOutput(int index, CValue* value);
     /// @}
 
@@ -60,6 +62,7 @@ public:
     /// @{
 
     /// Puts a value on an input slot. It stays the caller's and must live until `Run` returns. Null empties the slot.
+    /// Raises a `CException` for an index below 0.
     void SetStackInput(int index, CValue* value);
     /// The value of an output, still the node's; null if there is none.
     CValue* StackOutput(int index) const;

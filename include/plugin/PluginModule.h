@@ -44,7 +44,7 @@ private:
 /// A new plug-in object, which the caller owns. `path` is the file of a plug-in library, and after a `#` the name of a
 /// plug-in in it: the first of its list without one. With a `module`, that is the library's file and `path` the name.
 /// The object gets `parameters` through `Init`, unless they are null. Gives null if there is no such library or
-/// plug-in.
+/// plug-in, and if making it or its `Init` raises a `CException`.
 VESSA_API IPluginObject* GetPluginObject(const char* module, const char* path, const CValueMap* parameters);
 
 } // namespace QUOR

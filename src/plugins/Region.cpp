@@ -9,7 +9,6 @@
 #include <bit>
 #include <cstring>
 #include <string>
-#include <utility>
 
 namespace QUOR::shapefeatures {
 

@@ -101,8 +101,21 @@ TEST(Exceptions, RefuseAStateOfAnotherForm) {
     state.PushBack(new CValueLong(1));
     EXPECT_EQ(FailureOf([&] { failure.Devectorize(&state); }),
               (StFailure{"CValue", "the value is an integer and can't be used as a text"}));
+    CValueVector placed;
+    for (const char* text : {"where", "what", "detail", "stamp", "file", "function", "12"}) {
+        placed.PushBack(new CValueString(text));
+    }
+    EXPECT_EQ(FailureOf([&] { failure.Devectorize(&placed); }),
+              (StFailure{"CException::Devectorize", "entry 6 of the state, the line, must be a long"}));
     EXPECT_STREQ(failure.FormattedWhat(), "where: what");
     EXPECT_STREQ(failure.Detail(), "detail");
+}
+
+TEST(Exceptions, KeepTheirTextsWhenTheyAreMoved) {
+    CException failure("where", "what", "detail");
+    const CException moved(std::move(failure));
+    EXPECT_STREQ(moved.FormattedWhat(), "where: what");
+    EXPECT_STREQ(failure.FormattedWhat(), "where: what"); // NOLINT(bugprone-use-after-move): that is what is tested
 }
 
 } // namespace

@@ -96,6 +96,18 @@ TEST(Images, RefuseExtentsThatNoImageHas) {
     EXPECT_EQ(failure(IMAGE_GREY_8, CSize(huge, huge, huge)).where, "CImage");
 }
 
+TEST(Images, RefuseElementsOfMoreBytesThanAreCounted) {
+    const IImage::CType widest("WIDEST", 32767, 2, true, 99);
+    EXPECT_EQ(CImage(widest, CSize(2, 1), kNoExtra).Buffer().Size(), 131068);
+    const IImage::CType tooWide("TOO_WIDE", 32769, 2, true, 99); // 65538 bytes, of which 2 would be counted
+    const StFailure expected{"CImage", "an element of the type TOO_WIDE has more than 65535 bytes"};
+    EXPECT_EQ(FailureOf([&] { CImage(tooWide, CSize(2, 1), kNoExtra); }), expected);
+    EXPECT_EQ(CImage(tooWide, CSize(2, 0), kNoExtra).Buffer().Size(), 0);
+    CImage image(IMAGE_GREY_16, CSize(2, 1), kNoExtra);
+    EXPECT_EQ(FailureOf([&] { image.Retype(tooWide); }), expected);
+    EXPECT_EQ(image.Type(), IMAGE_GREY_16);
+}
+
 TEST(Images, RaiseBadAllocForMemoryThatCannotBeHad) {
     constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max();
     EXPECT_THROW(CImage(IMAGE_GREY_8, CSize(most, 1), kNoExtra), std::bad_alloc);

@@ -91,6 +91,9 @@ void CException::Devectorize(const CValueVector* state) {
     if (state == nullptr || (state->Size() != 3 && state->Size() != 7)) {
         throw CException("CException::Devectorize", "the state must be a vector of 3 or 7 entries", nullptr);
     }
+    if (state->Size() == 7 && !state->HasEntry(6, EnValType::Long)) {
+        throw CException("CException::Devectorize", "entry 6 of the state, the line, must be a long", nullptr);
+    }
     const auto text = [&](int index) {
         const std::string* entry = StateText(*state, index);
         return entry == nullptr ? std::string() : *entry;

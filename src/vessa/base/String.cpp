@@ -37,6 +37,34 @@ std::optional<StPlaceholder> PlaceholderAt(std::string_view text, std::size_t po
     return found;
 }
 
+using Spans = std::vector<std::pair<std::size_t, std::size_t>>; // first and past-the-end bytes
+
+/// The placeholders with the lowest number, in their order. What stands in the spans is no placeholder.
+std::vector<StPlaceholder> LowestPlaceholders(std::string_view text, const Spans& spans) {
+    std::vector<StPlaceholder> lowest;
+    auto span = spans.cbegin();
+    for (std::size_t position = 0; position < text.size();) {
+        if (span != spans.cend() && position == span->first) {
+            position = span->second;
+            ++span;
+            continue;
+        }
+        const auto found = PlaceholderAt(text, position);
+        if (!found) {
+            ++position;
+            continue;
+        }
+        if (!lowest.empty() && found->number < lowest.front().number) {
+            lowest.clear();
+        }
+        if (lowest.empty() || found->number == lowest.front().number) {
+            lowest.push_back(*found);
+        }
+        position += found->length;
+    }
+    return lowest;
+}
+
 std::string Widened(std::string_view text, int width) {
     const std::size_t least = width > 0 ? static_cast<std::size_t>(width) : 0;
     const std::size_t blanks = text.size() < least ? least - text.size() : 0;
@@ -74,42 +102,17 @@ CString& CString::Arg(double number, int width) {
 }
 
 CString& CString::FillPlaceholder(std::string_view argument) {
-    std::vector<StPlaceholder> lowest;
-    auto filled = m_filled.cbegin();
-    for (std::size_t position = 0; position < m_text.size();) {
-        if (filled != m_filled.cend() && position == filled->first) {
-            position = filled->second;
-            ++filled;
-            continue;
-        }
-        const auto found = PlaceholderAt(m_text, position);
-        if (!found) {
-            ++position;
-            continue;
-        }
-        if (!lowest.empty() && found->number < lowest.front().number) {
-            lowest.clear();
-        }
-        if (lowest.empty() || found->number == lowest.front().number) {
-            lowest.push_back(*found);
-        }
-        position += found->length;
-    }
-    if (lowest.empty()) {
-        return *this;
-    }
-
     std::string result;
-    std::vector<std::pair<std::size_t, std::size_t>> spans;
+    Spans spans;
     std::size_t copied = 0; // bytes of the old text that stand in the result
-    filled = m_filled.cbegin();
+    auto filled = m_filled.cbegin();
     const auto keepSpansBefore = [&](std::size_t end) {
         for (; filled != m_filled.cend() && filled->second <= end; ++filled) {
             const std::size_t first = result.size() + (filled->first - copied);
             spans.emplace_back(first, first + (filled->second - filled->first));
         }
     };
-    for (const StPlaceholder& placeholder : lowest) {
+    for (const StPlaceholder& placeholder : LowestPlaceholders(m_text, m_filled)) {
         keepSpansBefore(placeholder.position);
         result.append(m_text, copied, placeholder.position - copied);
         if (!argument.empty()) {

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstring>
 #include <limits>
 
@@ -22,7 +21,15 @@ constinit const IImage::CType IMAGE_RGB_8("IMAGE_RGB_8", 3, 1, false, 32);
 
 namespace {
 
-/// The bytes of an image; raises for extents that no image can have.
+/// Raises for a type whose elements have more bytes than are counted.
+void RequireCounted(const IImage::CType& type) {
+    if (std::uint32_t{type.channels} * type.channelBytes > std::numeric_limits<std::uint16_t>::max()) {
+        CString message("an element of the type %1 has more than 65535 bytes");
+        throw CException("CImage", message.Arg(type.ToString()), nullptr);
+    }
+}
+
+/// The bytes of an image; raises for extents and types that no image can have.
 std::size_t BytesOf(const IImage::CType& type, const CSize& size) {
     constexpr std::uint64_t most = std::numeric_limits<std::int64_t>::max();
     const std::array<std::int64_t, 3> extents{size.x, size.y, size.z};
@@ -31,6 +38,7 @@ std::size_t BytesOf(const IImage::CType& type, const CSize& size) {
     if (!negative && std::find(extents.begin(), extents.end(), 0) != extents.end()) {
         return 0;
     }
+    RequireCounted(type);
     bool tooLarge = negative;
     for (const std::int64_t extent : extents) {
         tooLarge =
@@ -165,6 +173,7 @@ CImage& CImage::Resize(const CSize& size, const CSize& /*extra*/) {
 }
 
 void CImage::Retype(const IImage::CType& type) {
+    RequireCounted(type);
     if (type.pixelBytes != m_type.pixelBytes) {
         CString message("elements of type %1 can't be read as %2");
         throw CException("CImage::Retype", message.Arg(m_type.ToString()).Arg(type.ToString()), nullptr);

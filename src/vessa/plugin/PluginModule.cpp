@@ -5,13 +5,11 @@
 #include "Value/ValueVector.h"
 #include "base/Exception.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <dlfcn.h>
 #include <new>
 #include <set>
 #include <string_view>
-#include <utility>
 
 namespace QUOR {
 
