@@ -152,16 +152,20 @@ bool Same(const CImage& a, const CImage& b) {
            (a.Buffer().Size() == 0 || std::memcmp(a.Buffer().Data(), b.Buffer().Data(), a.Buffer().Size()) == 0);
 }
 
+/// Declared parameters, and those that nodes read without telling.
 void SetParameters(CPNode& node, const CValueMap& setup, CFuzzInput& input) {
     for (const auto& [key, standard] : *setup.Entry("parameters", true)->Map()) {
         if (input.Flip()) {
             node.Parameters().SetEntry(key, ValueFor(*standard, input).release());
         }
     }
-    for (const char* key : {"run_once", "verbose", "factorX", "factorY", "feature_index", "plugin", "debug_level"}) {
+    for (const char* key : {"run_once", "verbose", "abort", "factorX", "factorY"}) {
         if (input.Below(8) == 1) {
             node.Parameters().SetEntry(key, Scalar(input).release());
         }
+    }
+    if (input.Below(4) == 1) {
+        node.Parameters().SetEntry("shrink_method", new CValueString("gauss"));
     }
 }
 

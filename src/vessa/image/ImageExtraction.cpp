@@ -1,8 +1,7 @@
 #include "image/ImageExtraction.h"
 
 #include "base/Exception.h"
-
-#include <cstring>
+#include "image/Rows.h"
 
 namespace QUOR {
 
@@ -64,25 +63,23 @@ void RequireMatch(const char* where, const CImage& destination, const CImage& so
 
 void CopyRegion(CImage& destination, const CImage& source, const StRegion& region) {
     const IImage::CType& type = source.Type();
-    const std::size_t planes = type.interleaved ? 1 : type.channels;
-    const std::size_t elementBytes = type.interleaved ? type.pixelBytes : type.channelBytes;
+    const std::int64_t planes = type.interleaved ? 1 : type.channels;
+    const std::int64_t elementBytes = type.interleaved ? type.pixelBytes : type.channelBytes;
     if (region.size.Volume() == 0 || elementBytes == 0) {
         return;
     }
     const auto* in = static_cast<const unsigned char*>(source.Buffer().Data());
     auto* out = static_cast<unsigned char*>(destination.Buffer().Data());
     const CSize& size = source.Size();
-    // Rows of the whole width follow one another without a gap: they are one run.
-    const std::int64_t rowsOfRun = region.size.x == size.x ? region.size.y : 1;
-    const std::size_t runBytes = static_cast<std::size_t>(region.size.x * rowsOfRun) * elementBytes;
-    const std::size_t planeBytes = size.Elements() * elementBytes;
-    for (std::size_t plane = 0; plane < planes; ++plane, in += planeBytes) {
+    const std::int64_t rowStride = size.x * elementBytes;
+    // Rows of the whole width follow one another without a gap: they are one.
+    const std::int64_t rows = region.size.x == size.x ? 1 : region.size.y;
+    const std::int64_t width = region.size.x * (region.size.y / rows) * elementBytes;
+    for (std::int64_t plane = 0; plane < planes; ++plane, in += rowStride * size.y * size.z) {
         for (std::int64_t z = region.first.z; z < region.first.z + region.size.z; ++z) {
-            for (std::int64_t y = region.first.y; y < region.first.y + region.size.y; y += rowsOfRun) {
-                const auto element = static_cast<std::size_t>(region.first.x + size.x * (y + size.y * z));
-                std::memcpy(out, in + element * elementBytes, runBytes);
-                out += runBytes;
-            }
+            const std::int64_t first = region.first.x + size.x * (region.first.y + size.y * z);
+            CopyRows(in + first * elementBytes, rowStride, out, width, width, rows);
+            out += width * rows;
         }
     }
 }

@@ -1,10 +1,11 @@
 #pragma once
 
 #include "Elements.h"
-#include "Rows.h"
+#include "image/Rows.h"
 
 #include <algorithm>
-#include <cstring>
+#include <array>
+#include <bit>
 
 namespace QUOR::manipulation {
 
@@ -20,30 +21,47 @@ inline std::int64_t ElementNumber(const StExtents& extents, const StPlace& place
     return place.x + extents.width * (place.y + extents.height * place.z);
 }
 
-/// Copies a block of bytes. A load that follows a store to the same place of another page waits for it, so that
-/// `memcpy` takes two to five times as long for rows shorter than a page and for longer ones that are shifted by a few
-/// bytes only: those are copied in pieces that it loads whole before it stores them. (`memmove` is never turned into a
-/// loop of single words.)
-inline void CopyBytes(const std::uint8_t* in, std::uint8_t* out, std::size_t bytes) {
-    constexpr std::size_t piece = 512;
-    constexpr std::uintptr_t page = 4096;
-    const std::uintptr_t shift = (reinterpret_cast<std::uintptr_t>(out) - reinterpret_cast<std::uintptr_t>(in)) % page;
-    if (bytes < page || (shift > 0 && shift < 64)) {
-        for (; bytes > piece; bytes -= piece) {
-            std::memmove(out, in, piece);
-            in += piece;
-            out += piece;
-        }
-    }
-    std::memcpy(out, in, bytes);
+template <class T> const unsigned char* Bytes(const T* elements) {
+    return reinterpret_cast<const unsigned char*>(elements);
 }
+template <class T> unsigned char* Bytes(T* elements) { return reinterpret_cast<unsigned char*>(elements); }
 
 /// Copies `count` elements, bit for bit.
 template <class T> void CopyElements(const T* in, T* out, std::int64_t count) {
     if (count > 0) {
-        CopyBytes(reinterpret_cast<const std::uint8_t*>(in), reinterpret_cast<std::uint8_t*>(out),
-                  static_cast<std::size_t>(count) * sizeof(T));
+        CopyBytes(Bytes(in), Bytes(out), static_cast<std::size_t>(count) * sizeof(T));
     }
+}
+
+/// Copies rows of elements. Strides are the elements from one row to the next.
+template <class T>
+void CopyElementRows(const T* in, std::int64_t inStride, T* out, std::int64_t outStride, std::int64_t width,
+                     std::int64_t rows) {
+    constexpr std::int64_t bytes = sizeof(T);
+    if (rows == 1) {
+        CopyElements(in, out, width);
+    } else {
+        CopyRows(Bytes(in), inStride * bytes, Bytes(out), outStride * bytes, width * bytes, rows);
+    }
+}
+
+/// How many rows of a width begin in a page of memory, one at least. What gathers or parts rows goes through that many
+/// at a time: more would be read or written in places too far apart, fewer take a call for each short row.
+template <class T> std::int64_t RowsOfPage(std::int64_t width) {
+    constexpr std::int64_t page = 4096 / sizeof(T);
+    return std::max<std::int64_t>(page / width, 1);
+}
+
+/// Copies rows, of which there is one at least, and sets what lies in the output between one row and the next to
+/// `fill`.
+template <class T>
+void PlaceElementRows(const T* in, std::int64_t inStride, T* out, std::int64_t outStride, std::int64_t width,
+                      std::int64_t rows, T fill) {
+    constexpr std::int64_t bytes = sizeof(T);
+    std::array<T, sizeof(Pattern) / bytes> pattern;
+    pattern.fill(fill);
+    PlaceRows(Bytes(in), inStride * bytes, Bytes(out), outStride * bytes, width * bytes, rows,
+              std::bit_cast<Pattern>(pattern));
 }
 
 /// Copies the elements with the given numbers. Eight are loaded at a time, none of which then waits for a store that
@@ -82,8 +100,8 @@ template <class T>
 void CopyCuboid(const T* in, const StExtents& inExtents, T* out, const StExtents& outExtents, const StExtents& cuboid) {
     const StExtents runs = CommonRuns(cuboid, inExtents, outExtents);
     for (std::int64_t z = 0; z < runs.depth; ++z) {
-        CopyRows(in + inExtents.width * inExtents.height * z, inExtents.width,
-                 out + outExtents.width * outExtents.height * z, outExtents.width, runs.width, runs.height);
+        CopyElementRows(in + inExtents.width * inExtents.height * z, inExtents.width,
+                        out + outExtents.width * outExtents.height * z, outExtents.width, runs.width, runs.height);
     }
 }
 
@@ -102,8 +120,8 @@ void PlaceCuboid(const T* in, const StExtents& inExtents, T* out, const StExtent
     for (std::int64_t z = 0; z < runs.depth; ++z) {
         const std::int64_t run = ElementNumber(outExtents, {at.x, at.y, at.z + z});
         std::fill(out + written, out + run, fill);
-        PlaceRows(in + inExtents.width * inExtents.height * z, inExtents.width, out + run, outExtents.width, runs.width,
-                  runs.height, fill);
+        PlaceElementRows(in + inExtents.width * inExtents.height * z, inExtents.width, out + run, outExtents.width,
+                         runs.width, runs.height, fill);
         written = run + outExtents.width * (runs.height - 1) + runs.width;
     }
     std::fill(out + written, out + end, fill);

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "CacheLine.h"
 #include "RowLines.h"
-#include "VectorVariants.h"
 
 #include <cstdint>
 #include <cstring>
@@ -11,8 +11,7 @@
 namespace QUOR::manipulation {
 
 // Interpolation along a row runs in blocks that stay in the nearest cache, in passes that become vectors each by
-// itself: positions, loads, arithmetic. The passes are inlined into the nodes' functions, which have the vector
-// variants.
+// itself: positions, loads, arithmetic. Loads are inlined into the nodes' functions.
 
 constexpr int kBlock = 256;
 
@@ -29,20 +28,7 @@ inline bool FitsCells(std::int64_t width, std::int64_t height) {
 }
 
 /// The cells under the columns from `first` on, all of whose positions are inside the plane.
-[[gnu::always_inline]] inline void FindCells(StRowLines lines, std::int64_t first, int count, std::int32_t width,
-                                             StCells& cells) {
-    const auto start = static_cast<double>(first);
-    for (int i = 0; i < count; ++i) {
-        const double column = start + i;
-        const double sx = lines.x.At(column);
-        const double sy = lines.y.At(column);
-        const auto ix = static_cast<std::int32_t>(sx);
-        const auto iy = static_cast<std::int32_t>(sy);
-        cells.element[i] = iy * width + ix;
-        cells.fx[i] = sx - ix;
-        cells.fy[i] = sy - iy;
-    }
-}
+void FindCells(const StRowLines& lines, std::int64_t first, int count, std::int32_t width, StCells& cells);
 
 /// The elements at the corners of each cell of a block, as pairs from the upper and from the lower row.
 template <class T> struct StCorners {

@@ -78,7 +78,7 @@ void SetText(CValueMap& map, const char* key, const std::string& text) {
     map.SetEntry(key, std::make_unique<CValueString>(CString(text)));
 }
 
-/// Gives the port or parameter under `path` a text about itself, if it is declared.
+/// The side information of a port or parameter; null if it isn't declared.
 CValueMap* MetaOf(CValueMap& setup, const char* map, std::string_view entry) {
     const CValue_Key path(std::string(map).append("/").append(entry));
     return setup.HasEntry(path) ? &setup.Entry(path, true)->Meta() : nullptr;

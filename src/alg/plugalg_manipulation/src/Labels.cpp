@@ -1,6 +1,6 @@
 #include "Labels.h"
 
-#include "VectorVariants.h"
+#include "base/VectorVariants.h"
 
 #include <algorithm>
 #include <bit>
@@ -11,7 +11,7 @@ namespace {
 
 /// The bits of the largest finite number that isn't negative; 0 without one. Such numbers are ordered as their bits
 /// are, and a maximum of integers becomes a vector where one of floats would have to keep the order of NaNs.
-MANI_VECTOR_VARIANTS std::uint32_t LargestBits(const float* in, std::int64_t count) {
+VESSA_VECTOR_VARIANTS std::uint32_t LargestBits(const float* in, std::int64_t count) {
     constexpr std::uint32_t infinity = 0x7F800000U; // from here on: infinite, NaN and negative numbers
     std::uint32_t largest = 0;
     for (std::int64_t i = 0; i < count; ++i) {

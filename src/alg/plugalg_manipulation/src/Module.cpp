@@ -56,7 +56,7 @@ struct StNode {
 template <class Node> IPluginObject* Create() { return new Node; }
 
 /// All nodes, in the order in which they are listed.
-constexpr std::array<StNode, 31> kNodes{{
+constexpr auto kNodes = std::to_array<StNode>({
     {"Flip", &Create<CPFlip>},
     {"Emplace", &Create<CPEmplace>},
     {"Extract", &Create<CPExtract>},
@@ -88,7 +88,7 @@ constexpr std::array<StNode, 31> kNodes{{
     {"Split", &Create<CPSplit>},
     {"Replicate", &Create<CPReplicate>},
     {"DeleteDuplicate", &Create<CPDeleteDuplicate>},
-}};
+});
 
 /// When the module was loaded, in seconds since 1970.
 std::int64_t g_loadingTimestamp = 0;

@@ -11,7 +11,8 @@
 #include "Inputs.h"
 #include "Numbers.h"
 #include "Output.h"
-#include "VectorVariants.h"
+#include "Wrapping.h"
+#include "base/VectorVariants.h"
 
 #include <algorithm>
 #include <type_traits>
@@ -83,17 +84,30 @@ template <class R, class T> R Converted(T element) {
     }
 }
 
-template <class T, class R> MANI_VECTOR_VARIANTS void ConvertElements(const T* in, R* out, std::int64_t count) {
+template <class T, class R> VESSA_VECTOR_VARIANTS void ConvertElements(const T* in, R* out, std::int64_t count) {
     for (std::int64_t i = 0; i < count; ++i) {
         out[i] = Converted<R>(in[i]);
     }
 }
 
-template <class T, class R> void WriteElements(const T* in, R* out, std::int64_t count) {
+/// Writes what an image has of `rows` rows of plane `z`, from row `y` on. `out` points to that row's first element in
+/// an image with rows of the length `stride`.
+template <class T, class R>
+void WriteRows(const T* in, const StExtents& extents, std::int64_t y, std::int64_t z, std::int64_t rows, R* out,
+               std::int64_t stride) {
+    const std::int64_t first = std::max<std::int64_t>(y, 0);
+    const std::int64_t end = std::min(y + rows, extents.height);
+    if (first >= end || z < 0 || z >= extents.depth) {
+        return;
+    }
+    in += ElementNumber(extents, {0, first, z});
+    out += stride * (first - y);
     if constexpr (std::is_same_v<T, R>) {
-        CopyElements(in, out, count);
+        CopyElementRows(in, extents.width, out, stride, extents.width, end - first);
     } else {
-        ConvertElements(in, out, count);
+        for (std::int64_t row = first; row < end; ++row, in += extents.width, out += stride) {
+            ConvertElements(in, out, extents.width);
+        }
     }
 }
 
@@ -117,21 +131,18 @@ void AppendImages(const CImage& first, const CImage& second, EnAxis axis, double
     }
     const StPlace at{axis == EnAxis::X ? a.width : 0, axis == EnAxis::Y ? a.height : 0,
                      axis == EnAxis::Z ? a.depth : 0};
-    R* row = Elements<R>(output);
+    const bool covered = first.Size().Volume() + second.Size().Volume() == output.Size().Volume();
+    const std::int64_t step = RowsOfPage<R>(canvas.width);
+    R* out = Elements<R>(output);
     for (std::int64_t z = 0; z < canvas.depth; ++z) {
-        for (std::int64_t y = 0; y < canvas.height; ++y) {
-            std::int64_t written = 0;
-            if (y < a.height && z < a.depth) {
-                WriteElements(Elements<A>(first) + ElementNumber(a, {0, y, z}), row, a.width);
-                written = a.width;
+        for (std::int64_t y = 0; y < canvas.height; y += step) {
+            const std::int64_t rows = std::min(step, canvas.height - y);
+            if (!covered) {
+                std::fill_n(out, canvas.width * rows, fill);
             }
-            if (y >= at.y && y - at.y < b.height && z >= at.z && z - at.z < b.depth) {
-                std::fill(row + written, row + at.x, fill);
-                WriteElements(Elements<B>(second) + ElementNumber(b, {0, y - at.y, z - at.z}), row + at.x, b.width);
-                written = at.x + b.width;
-            }
-            std::fill(row + written, row + canvas.width, fill);
-            row += canvas.width;
+            WriteRows(Elements<A>(first), a, y, z, rows, out, canvas.width);
+            WriteRows(Elements<B>(second), b, y - at.y, z - at.z, rows, out + at.x, canvas.width);
+            out += canvas.width * rows;
         }
     }
 }
@@ -146,14 +157,9 @@ const IImage::CType& WiderType(const IImage::CType& first, const IImage::CType& 
     return first;
 }
 
-/// A sum beyond 64 bits becomes a negative extent, which no image takes.
-std::int64_t Sum(std::int64_t a, std::int64_t b) {
-    return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) + static_cast<std::uint64_t>(b));
-}
-
 CSize AppendedSize(StExtents a, StExtents b, EnAxis axis) {
     StExtents both{std::max(a.width, b.width), std::max(a.height, b.height), std::max(a.depth, b.depth)};
-    ExtentAlong(both, axis) = Sum(ExtentAlong(a, axis), ExtentAlong(b, axis));
+    ExtentAlong(both, axis) = WrappedSum(ExtentAlong(a, axis), ExtentAlong(b, axis));
     return {both.width, both.height, both.depth};
 }
 

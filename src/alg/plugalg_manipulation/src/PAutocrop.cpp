@@ -10,7 +10,7 @@
 #include "Inputs.h"
 #include "Output.h"
 #include "Value/ValueScalar.h"
-#include "VectorVariants.h"
+#include "base/VectorVariants.h"
 
 #include <cstring>
 #include <optional>
@@ -75,7 +75,7 @@ template <std::int64_t count, class T> [[gnu::always_inline]] inline bool IsBack
 }
 
 /// The number of the first foreground element of a run; `count` without one.
-template <class T> MANI_VECTOR_VARIANTS std::int64_t FirstForeground(const T* in, std::int64_t count) {
+template <class T> VESSA_VECTOR_VARIANTS std::int64_t FirstForeground(const T* in, std::int64_t count) {
     std::int64_t first = 0;
     while (count - first >= kBlock<T> && IsBackground<kBlock<T>>(in + first)) {
         first += kBlock<T>;
@@ -90,7 +90,7 @@ template <class T> MANI_VECTOR_VARIANTS std::int64_t FirstForeground(const T* in
 }
 
 /// The number past the last foreground element of a run; 0 without one.
-template <class T> MANI_VECTOR_VARIANTS std::int64_t EndOfForeground(const T* in, std::int64_t count) {
+template <class T> VESSA_VECTOR_VARIANTS std::int64_t EndOfForeground(const T* in, std::int64_t count) {
     std::int64_t end = count;
     while (end >= kBlock<T> && IsBackground<kBlock<T>>(in + end - kBlock<T>)) {
         end -= kBlock<T>;

@@ -11,6 +11,7 @@
 #include "Numbers.h"
 #include "Output.h"
 #include "Regions.h"
+#include "Wrapping.h"
 
 #include <iostream>
 
@@ -79,11 +80,6 @@ template <class T> T ElementOf(const StFill& fill) {
     }
 }
 
-/// Wraps: an image without elements may have other extents of any size.
-std::int64_t Sum(std::int64_t a, std::int64_t b) {
-    return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) + static_cast<std::uint64_t>(b));
-}
-
 /// Puts the image into its frame. A plane lies in the first slice, whatever the border.
 template <class T> void EmbedImage(const CImage& input, CImage& output, std::int64_t border, T fill) {
     const StExtents extents = Extents(input);
@@ -138,8 +134,9 @@ void CPBorder::Run() {
     const StFill fill = ReadFill(Parameters());
 
     const CSize& size = input.Size();
-    const CBox region(-border, -border, -border, Sum(size.x, border), Sum(size.y, border), Sum(size.z, border));
-    const CSize volume(Sum(size.x, 2 * border), Sum(size.y, 2 * border), Sum(size.z, 2 * border));
+    const CBox region(-border, -border, -border, WrappedSum(size.x, border), WrappedSum(size.y, border),
+                      WrappedSum(size.z, border));
+    const CSize volume(WrappedSum(size.x, 2 * border), WrappedSum(size.y, 2 * border), WrappedSum(size.z, 2 * border));
     // Two tests, and both are meant: one slice counted as 3d is a volume when it is cut and a plane when it is framed.
     const bool flat = border > 0 ? size.z == 1 : size.dim == 2;
     const CSize resultSize = flat ? CSize(volume.x, volume.y) : volume;

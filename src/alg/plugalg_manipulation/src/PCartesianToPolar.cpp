@@ -11,9 +11,10 @@
 #include "PolarMix.h"
 #include "RowSampling.h"
 #include "Value/ValueScalar.h"
-#include "VectorVariants.h"
+#include "base/VectorVariants.h"
 
 #include <cmath>
+#include <numbers>
 
 namespace QUOR {
 
@@ -49,13 +50,8 @@ PolarToCartesian
 /// Nothing is added before truncation. The negative zero leaves every number as it is, zeros of both signs too.
 constexpr double kNoRounding = -0.0;
 
-MANI_VECTOR_VARIANTS void FindBlockCells(const StRowLines& lines, std::int64_t first, int count, std::int32_t width,
-                                         StCells& cells) {
-    FindCells(lines, first, count, width, cells);
-}
-
 template <class T>
-MANI_VECTOR_VARIANTS void MixBlock(const StCorners<T>& corners, const StCells& cells, T* out, int count) {
+VESSA_VECTOR_VARIANTS void MixBlock(const StCorners<T>& corners, const StCells& cells, T* out, int count) {
     for (int i = 0; i < count; ++i) {
         out[i] = ElementFromMix<T>(StPolarTaps(corners, i).Mix(cells.fx[i], cells.fy[i]));
     }
@@ -74,7 +70,7 @@ public:
     }
 
     void Prepare(const StRowLines& lines, std::int64_t first, int count) {
-        FindBlockCells(lines, first, count, m_width, m_cells);
+        FindCells(lines, first, count, m_width, m_cells);
     }
     void Block(const StPlane<T>& plane, T* out, int count) {
         LoadCorners(plane.elements, plane.width, m_cells.element, count, m_corners);
@@ -95,7 +91,7 @@ CSize PolarSize(const CSize& size) {
     };
     const std::int64_t radii = TruncateTo64(std::ceil(std::sqrt(square(size.y) * 0.25 + square(size.x) * 0.25)));
     const auto radius = static_cast<double>(radii);
-    return {radii, TruncateTo64(std::ceil((radius + radius) * 3.141592653589793)), size.z};
+    return {radii, TruncateTo64(std::ceil((radius + radius) * std::numbers::pi)), size.z};
 }
 
 double Centre(std::int64_t extent) { return (static_cast<double>(extent) - 1.0) * 0.5; }

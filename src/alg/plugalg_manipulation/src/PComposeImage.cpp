@@ -11,7 +11,7 @@
 #include "Numbers.h"
 #include "Output.h"
 #include "Parameters.h"
-#include "VectorVariants.h"
+#include "base/VectorVariants.h"
 
 #include <algorithm>
 #include <array>
@@ -121,7 +121,7 @@ struct StSecondUnlessZero {
     template <class T> static T Mix(T a, T b) { return b == T{0} ? a : b; }
 };
 
-template <class Rule, class T> MANI_VECTOR_VARIANTS void MixRow(const T* a, const T* b, T* out, std::int64_t count) {
+template <class Rule, class T> VESSA_VECTOR_VARIANTS void MixRow(const T* a, const T* b, T* out, std::int64_t count) {
     for (std::int64_t x = 0; x < count; ++x) {
         out[x] = Rule::Mix(a[x], b[x]);
     }

@@ -12,10 +12,9 @@
 #include "Inputs.h"
 #include "Output.h"
 #include "Transpose.h"
-#include "VectorVariants.h"
+#include "base/VectorVariants.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <set>
 #include <vector>
@@ -88,7 +87,7 @@ template <class T> std::uint32_t HashedWord(T element) {
 /// The hash NH of UMAC (Black, Halevi, Krawczyk, Krovetz and Rogaway, 1999) over the elements of a line: a sum of
 /// products, each of two elements with a key added. Two lines that differ collide with a chance of 2^-32.
 template <class T>
-MANI_VECTOR_VARIANTS std::uint64_t LineHash(const T* line, const std::uint32_t* keys, std::int64_t length) {
+VESSA_VECTOR_VARIANTS std::uint64_t LineHash(const T* line, const std::uint32_t* keys, std::int64_t length) {
     const std::int64_t half = length / 2;
     std::uint64_t hash = 0;
     for (std::int64_t i = 0; i < half; ++i) {
@@ -221,7 +220,7 @@ template <class T> void CopyColumns(const CImage& input, CImage& output, const s
     }
 }
 
-template <class T> void CopyRows(const CImage& input, CImage& output, const std::vector<std::int64_t>& kept) {
+template <class T> void CopyLines(const CImage& input, CImage& output, const std::vector<std::int64_t>& kept) {
     const std::int64_t width = Extents(input).width;
     const T* in = Elements<T>(input);
     T* out = Elements<T>(output);
@@ -260,7 +259,7 @@ void CPDeleteDuplicate::GetPluginSetup(CValueMap& setup) {
 void CPDeleteDuplicate::NodeInit() {
     along = Parameters().EntryString("along", along);
     size_count = Parameters().EntryString("size_count", size_count);
-    verbose = Parameters().EntryBool("verbose", verbose);
+    verbose = Parameters().EntryBool("verbose", verbose); // only published: there is nothing to tell
 }
 
 void CPDeleteDuplicate::Run() {
@@ -291,7 +290,7 @@ void CPDeleteDuplicate::Run() {
         const std::vector<std::int64_t> kept = KeptLines(counts);
         const auto lines = static_cast<std::int64_t>(kept.size());
         output = NewImage(input.Type(), columns ? CSize(lines, size.y, 1) : CSize(size.x, lines, 1));
-        columns ? CopyColumns<T>(input, *output, kept) : CopyRows<T>(input, *output, kept);
+        (columns ? &CopyColumns<T> : &CopyLines<T>)(input, *output, kept);
         countImage = CountImage(counts, kept.size(), columns, size_count == "SIZE_OF_INPUT");
     });
     SetOutputs(*this, WrapImage(std::move(output)), WrapImage(std::move(countImage)));

@@ -11,10 +11,9 @@
 #include "Inputs.h"
 #include "Output.h"
 #include "Periodic.h"
-#include "VectorVariants.h"
+#include "base/VectorVariants.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace QUOR {
 
@@ -116,8 +115,8 @@ using ForegroundCopy = void (*)(const std::uint8_t* patch, const std::uint8_t* m
                                 std::int64_t count, int elementBytes, int maskBytes);
 
 template <class T, class Mask>
-MANI_VECTOR_VARIANTS void CopyForeground(const std::uint8_t* patch, const std::uint8_t* mask, std::uint8_t* out,
-                                         std::int64_t count, int /*elementBytes*/, int /*maskBytes*/) {
+VESSA_VECTOR_VARIANTS void CopyForeground(const std::uint8_t* patch, const std::uint8_t* mask, std::uint8_t* out,
+                                          std::int64_t count, int /*elementBytes*/, int /*maskBytes*/) {
     const T* elements = reinterpret_cast<const T*>(patch);
     const Mask* marks = reinterpret_cast<const Mask*>(mask);
     T* result = reinterpret_cast<T*>(out);

@@ -8,7 +8,8 @@
 #include "Elements.h"
 #include "Inputs.h"
 #include "Output.h"
-#include "VectorVariants.h"
+#include "Wrapping.h"
+#include "base/VectorVariants.h"
 
 namespace QUOR {
 
@@ -37,7 +38,7 @@ Shrink: reduces the size of an image by a factor
 of two in all directions.
 )";
 
-template <class T> MANI_VECTOR_VARIANTS void DoubleRow(const T* in, T* out, std::int64_t width) {
+template <class T> VESSA_VECTOR_VARIANTS void DoubleRow(const T* in, T* out, std::int64_t width) {
     for (std::int64_t x = 0; x < width; ++x) {
         out[2 * x] = in[x];
         out[2 * x + 1] = in[x];
@@ -65,8 +66,7 @@ template <class T> void ExpandImage(const CImage& input, CImage& output) {
     }
 }
 
-/// Twice the extent. An empty image may have one whose double no image can have: that wraps and is refused there.
-std::int64_t Doubled(std::int64_t extent) { return static_cast<std::int64_t>(2 * static_cast<std::uint64_t>(extent)); }
+std::int64_t Doubled(std::int64_t extent) { return WrappedSum(extent, extent); }
 
 } // namespace
 

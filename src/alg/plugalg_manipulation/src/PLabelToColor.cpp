@@ -12,6 +12,7 @@
 #include "Periodic.h"
 #include "Runs.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <vector>

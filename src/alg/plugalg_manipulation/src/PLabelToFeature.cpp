@@ -3,7 +3,7 @@
 // number is a built-in measure of the region's elongation.
 //
 // Regions are the zones of the labels from 1 to the largest one, present or not: a plug-in is called for each of them.
-// Only the zones that are there are kept, so that neither time nor memory grows with the size of the labels.
+// Only the zones that are there are kept, so that memory doesn't grow with the size of the labels.
 
 #include "PLabelToFeature.h"
 

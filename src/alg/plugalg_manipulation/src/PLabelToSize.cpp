@@ -69,17 +69,17 @@ mapping, size, pixel, voxel, count, label
 )";
 
 /// Gives a vector zeros, which take memory only where they are written.
-template <class T> struct CZeros {
+template <class T> struct StZeros {
     using value_type = T;
     T* allocate(std::size_t count) { return static_cast<T*>(AllocateZeros(count * sizeof(T))); }
     void deallocate(T* zeros, std::size_t count) noexcept { FreeZeros(zeros, count * sizeof(T)); }
     void construct(T* /*zero*/) noexcept {} // it is one already
-    friend bool operator==(const CZeros& /*a*/, const CZeros& /*b*/) { return true; }
+    friend bool operator==(const StZeros& /*a*/, const StZeros& /*b*/) { return true; }
 };
 
 /// Sizes by label: entry L - 1 is that of label L. They are floats, and their counting stops where adding 1 in single
 /// precision changes nothing. The table is as long as the largest label, which may be one alone.
-using Sizes = std::vector<float, CZeros<float>>;
+using Sizes = std::vector<float, StZeros<float>>;
 
 constexpr float kCountCeiling = 16777216.0F;
 

@@ -13,7 +13,7 @@
 #include "Labels.h"
 #include "Output.h"
 #include "Runs.h"
-#include "VectorVariants.h"
+#include "base/VectorVariants.h"
 
 #include <bit>
 #include <limits>
@@ -66,7 +66,7 @@ void RequireLabels(const float* in, std::int64_t count) {
 }
 
 /// The bits of the largest element; infinite, NaN and negative ones come out above all numbers. -0.0 counts as 0.0.
-MANI_VECTOR_VARIANTS std::uint32_t LargestBits(const float* in, std::int64_t count) {
+VESSA_VECTOR_VARIANTS std::uint32_t LargestBits(const float* in, std::int64_t count) {
     std::uint32_t largest = 0;
     for (std::int64_t i = 0; i < count; ++i) {
         const auto bits = std::bit_cast<std::uint32_t>(in[i] + 0.0F);
@@ -75,7 +75,7 @@ MANI_VECTOR_VARIANTS std::uint32_t LargestBits(const float* in, std::int64_t cou
     return largest;
 }
 
-template <class T> MANI_VECTOR_VARIANTS T LargestElement(const T* in, std::int64_t count) {
+template <class T> VESSA_VECTOR_VARIANTS T LargestElement(const T* in, std::int64_t count) {
     T largest = 0;
     for (std::int64_t i = 0; i < count; ++i) {
         largest = std::max(largest, in[i]);

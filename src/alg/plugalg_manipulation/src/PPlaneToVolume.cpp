@@ -7,6 +7,7 @@
 #include "Description.h"
 #include "Inputs.h"
 #include "Output.h"
+#include "Wrapping.h"
 
 namespace QUOR {
 
@@ -33,13 +34,9 @@ OUTPUT 0
 Output image of the same type as the input image, containing the redistributed data.
 )";
 
-/// A product of 32-bit integers that wraps around, as this node counts elements.
-std::int32_t WrappedProduct(std::int32_t a, std::int32_t b) {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) * static_cast<std::uint32_t>(b));
-}
-
-/// The size of the volume. Fails for a plane without elements or with more than 32 bits can count, and for one that the
-/// input doesn't fill. A count that has wrapped around is never more than the input holds.
+/// The size of the volume. This node counts elements in 32 bits. Fails for a plane without elements or with more than
+/// 32 bits can count, and for one that the input doesn't fill. A count that has wrapped around is never more than the
+/// input holds.
 CSize VolumeSize(const CImage& input, const CSize& plane) {
     const CSize& size = input.Size();
     const auto width = static_cast<std::int32_t>(plane.x);

@@ -10,10 +10,11 @@
 #include "Output.h"
 #include "PolarMix.h"
 #include "RowSampling.h"
-#include "VectorVariants.h"
+#include "base/VectorVariants.h"
 
 #include <bit>
 #include <cmath>
+#include <numbers>
 
 namespace QUOR {
 
@@ -120,7 +121,7 @@ constexpr double kAngleError = 1e-14;
 /// The angle from the positive x-axis, from 0 to half a circle, for dy > 0: by the power series of the arcus tangens,
 /// whose argument is brought below tan(pi / 8).
 [[gnu::always_inline]] inline double NearAngle(double dy, double dx) {
-    constexpr double pi = 3.141592653589793;
+    constexpr double pi = std::numbers::pi;
     constexpr double steepest = 0.41421356237309503;
     constexpr int pairs = 10; // of a positive and a negative term; the next one is below 1e-16
     const double x = std::fabs(dx);
@@ -141,7 +142,7 @@ constexpr double kAngleError = 1e-14;
     return dx < 0.0 ? pi - quadrant : quadrant;
 }
 
-MANI_VECTOR_VARIANTS void FindPolar(double dx, double dy, int count, StPolar& polar) {
+VESSA_VECTOR_VARIANTS void FindPolar(double dx, double dy, int count, StPolar& polar) {
     for (int i = 0; i < count; ++i) {
         polar.rho[i] = Radius(dx + i, dy);
         polar.angle[i] = NearAngle(dy, dx + i);
@@ -157,8 +158,8 @@ struct StPolarCells : StCells {
 
 /// The cells under the row that has the angles of `polar` times `side`. False if some of them may have no row behind
 /// them, so that the cells don't serve.
-MANI_VECTOR_VARIANTS bool FindPolarCells(const StPolar& polar, double side, std::int64_t radii, std::int64_t angles,
-                                         int count, StPolarCells& cells) {
+VESSA_VECTOR_VARIANTS bool FindPolarCells(const StPolar& polar, double side, std::int64_t radii, std::int64_t angles,
+                                          int count, StPolarCells& cells) {
     const auto width = static_cast<std::uint32_t>(radii);
     const auto rows = static_cast<double>(radii);
     const double error = 2.0 * kAngleError * rows; // as much again for what rounding adds
@@ -190,8 +191,8 @@ MANI_VECTOR_VARIANTS bool FindPolarCells(const StPolar& polar, double side, std:
 /// Writes a block and marks the pixels that the error of the angle may have changed; gives their number. What becomes
 /// of a number by narrowing or truncation is the same for all numbers between two for which it is the same.
 template <class T>
-MANI_VECTOR_VARIANTS int MixBlock(const StCorners<T>& corners, const StPolarCells& cells, T* out, int count,
-                                  std::int32_t* unclear) {
+VESSA_VECTOR_VARIANTS int MixBlock(const StCorners<T>& corners, const StPolarCells& cells, T* out, int count,
+                                   std::int32_t* unclear) {
     using Bits = std::conditional_t<std::is_floating_point_v<T>, std::uint32_t, T>; // tells zeros of both signs apart
     const double error = cells.error;
     int number = 0;

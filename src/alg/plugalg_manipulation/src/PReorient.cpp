@@ -5,6 +5,7 @@
 
 #include "PReorient.h"
 
+#include "CacheLine.h"
 #include "Cells.h"
 #include "Description.h"
 #include "Elements.h"
@@ -12,11 +13,13 @@
 #include "Numbers.h"
 #include "Output.h"
 #include "Parameters.h"
-#include "VectorVariants.h"
+#include "Wrapping.h"
+#include "base/VectorVariants.h"
 
 #include <algorithm>
 #include <cmath>
 #include <iostream>
+#include <numbers>
 #include <utility>
 #include <vector>
 
@@ -68,11 +71,6 @@ SEE ALSO
 Rotate
 )";
 
-constexpr double kPi = 3.141592653589793;
-
-/// Extents count in 32 bits in this node.
-std::int32_t Extent32(std::int64_t extent) { return static_cast<std::int32_t>(extent); }
-
 /// The number and the coordinate sums of the elements that are data.
 struct StMoments {
     double n = 0.0;
@@ -83,10 +81,8 @@ struct StMoments {
     double xy = 0.0;
 };
 
-/// A product of coordinates, which wraps around beyond 32 bits.
-double Product(std::int32_t a, std::int32_t b) {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) * static_cast<std::uint32_t>(b));
-}
+/// A product of coordinates.
+double Product(std::int32_t a, std::int32_t b) { return WrappedProduct(a, b); }
 
 /// The sums as they are told, element by element.
 template <class T> StMoments PlainMoments(const T* in, std::int32_t width, std::int32_t height) {
@@ -116,7 +112,7 @@ struct StRun {
 /// The longest run whose sums of squares fit into 32 bits.
 constexpr std::int32_t kRun = 1024;
 
-template <class T> MANI_VECTOR_VARIANTS StRun CountRun(const T* in, std::int32_t count) {
+template <class T> VESSA_VECTOR_VARIANTS StRun CountRun(const T* in, std::int32_t count) {
     StRun run{};
     for (std::uint32_t x = 0; x < static_cast<std::uint32_t>(count); ++x) {
         const std::uint32_t data = in[x] != T{0} ? 1U : 0U;
@@ -161,7 +157,7 @@ StMoments MomentsOf(const CImage& image) {
     StMoments moments;
     if (!IsEmpty(image)) {
         DispatchNumber<float, std::uint8_t>(image.Type(), kWhere, [&]<class T>(Element<T>) {
-            moments = Moments(Elements<T>(image), Extent32(image.Size().x), Extent32(image.Size().y));
+            moments = Moments(Elements<T>(image), WrappedTo32(image.Size().x), WrappedTo32(image.Size().y));
         });
     }
     return moments;
@@ -199,12 +195,10 @@ struct StWindow {
     std::int32_t width, height;
 };
 
-std::int32_t Wrapped(std::int64_t number) { return static_cast<std::int32_t>(number); }
-
 StWindow WindowOf(double degrees, const CSize& size, bool resize) {
-    const double rad = (degrees / 180.0) * kPi;
-    const std::int32_t width = Extent32(size.x);
-    const std::int32_t height = Extent32(size.y);
+    const double rad = (degrees / 180.0) * std::numbers::pi;
+    const std::int32_t width = WrappedTo32(size.x);
+    const std::int32_t height = WrappedTo32(size.y);
     const double w = width;
     const double h = height;
     StWindow window{std::cos(rad), std::sin(rad), 0, 0, 0, 0, width, height};
@@ -215,12 +209,12 @@ StWindow WindowOf(double degrees, const CSize& size, bool resize) {
     double minX = std::min(xs), maxX = std::max(xs);
     double minY = std::min(ys), maxY = std::max(ys);
     if (resize) {
-        window.x0 = Wrapped(std::int64_t{TruncateTo32(minX)} - 1);
-        window.x1 = Wrapped(std::int64_t{TruncateTo32(maxX)} + 1);
-        window.y0 = Wrapped(std::int64_t{TruncateTo32(minY)} - 1);
-        window.y1 = Wrapped(std::int64_t{TruncateTo32(maxY)} + 1);
-        window.width = Wrapped(std::int64_t{window.x1} - window.x0 + 1);
-        window.height = Wrapped(std::int64_t{window.y1} - window.y0 + 1);
+        window.x0 = WrappedTo32(std::int64_t{TruncateTo32(minX)} - 1);
+        window.x1 = WrappedTo32(std::int64_t{TruncateTo32(maxX)} + 1);
+        window.y0 = WrappedTo32(std::int64_t{TruncateTo32(minY)} - 1);
+        window.y1 = WrappedTo32(std::int64_t{TruncateTo32(maxY)} + 1);
+        window.width = WrappedTo32(std::int64_t{window.x1} - window.x0 + 1);
+        window.height = WrappedTo32(std::int64_t{window.y1} - window.y0 + 1);
         return window;
     }
     const double marginX = ((maxX - minX + 1.0) - w) * 0.5;
@@ -313,7 +307,7 @@ void Advance(double c, double s, int steps, double* u, double* v, StPositions* l
 
 /// Positions halfway count as nearer to the higher element. The distance is that from the nearest element also where
 /// this lies beyond the edge and is replaced by it.
-MANI_VECTOR_VARIANTS void FindAxis(const double* positions, int count, std::int32_t extent, StAxis& __restrict axis) {
+VESSA_VECTOR_VARIANTS void FindAxis(const double* positions, int count, std::int32_t extent, StAxis& __restrict axis) {
     const double last = extent - 1.0;
     for (int i = 0; i < count; ++i) {
         const double at = positions[i];
@@ -330,7 +324,7 @@ MANI_VECTOR_VARIANTS void FindAxis(const double* positions, int count, std::int3
 
 /// The same for positions that have an element of the image on both sides: short, since nothing can lie beyond an edge.
 /// Both distances are exact, so that it is the nearer one that a fraction below a half tells.
-MANI_VECTOR_VARIANTS void FindInnerAxis(const double* positions, int count, StAxis& __restrict axis) {
+VESSA_VECTOR_VARIANTS void FindInnerAxis(const double* positions, int count, StAxis& __restrict axis) {
     for (int i = 0; i < count; ++i) {
         const auto low = static_cast<std::int32_t>(positions[i]);
         const double fraction = positions[i] - low;
@@ -359,7 +353,7 @@ template <class T> void LoadTaps(const StSource<T>& source, const StSamples& sam
 
 /// Floats take the value as it is narrowed; bytes add 0.5 to that.
 template <class T>
-MANI_VECTOR_VARIANTS void MixTaps(const StTaps<T>& taps, const StSamples& samples, int count, T* __restrict out) {
+VESSA_VECTOR_VARIANTS void MixTaps(const StTaps<T>& taps, const StSamples& samples, int count, T* __restrict out) {
     for (int i = 0; i < count; ++i) {
         const double p = taps.nearest[i];
         const double q = taps.acrossY[i];
@@ -376,7 +370,7 @@ MANI_VECTOR_VARIANTS void MixTaps(const StTaps<T>& taps, const StSamples& sample
 }
 
 template <class T>
-MANI_VECTOR_VARIANTS void ClearOutside(const StPositions& at, int count, StSource<T> source, T* out) {
+VESSA_VECTOR_VARIANTS void ClearOutside(const StPositions& at, int count, StSource<T> source, T* out) {
     for (int i = 0; i < count; ++i) {
         out[i] = source.Holds(at.u[i], at.v[i]) ? out[i] : source.background;
     }
@@ -387,7 +381,7 @@ template <class T> class CTurn {
 public:
     // Its blocks are filled before they are read. NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
     CTurn(const T* in, const CSize& size, const StWindow& window, T background, T* out)
-        : m_source{in, Extent32(size.x), Extent32(size.y), window.c, window.s, background}, m_window(window),
+        : m_source{in, WrappedTo32(size.x), WrappedTo32(size.y), window.c, window.s, background}, m_window(window),
           m_out(out), m_rows(std::clamp<std::int64_t>(std::int64_t{window.y1} - window.y0, 0, window.height)),
           m_columns(
               std::clamp<std::int64_t>(std::int64_t{window.x1} - window.x0 + 1, 0, std::int64_t{window.width} + 1)) {}
@@ -532,7 +526,7 @@ void CPReorient::Run() {
                 "second input image is not of type IMAGE_GREY_F or IMAGE_GREY_8, ");
 
     const double theta = MainDirection(MomentsOf(data));
-    const double degrees = (theta / kPi) * 180.0;
+    const double degrees = (theta / std::numbers::pi) * 180.0;
     if (verbose) {
         std::cout << "angle (rad): " << theta << "\nangle (deg): " << degrees << "\n";
     }

@@ -45,31 +45,27 @@ output image. By default it is set to \a 1, i.e. output image equals
 input image.
 )";
 
-/// Copies of a short block. The start of the output serves as the pattern once it holds more copies than the input
-/// does: it grows with each copy, while that stays in the nearest cache.
-void RepeatShortBlock(const std::uint8_t* in, std::int64_t length, std::uint8_t* out, std::int64_t count) {
+/// Writes `count` copies of each of some short blocks of bytes one behind the other. The start of a block's output
+/// serves as the pattern once it holds more copies than the input does: it grows with each copy, while that stays in
+/// the nearest cache.
+void RepeatShortBlocks(const std::uint8_t* in, std::int64_t length, std::int64_t blocks, std::uint8_t* out,
+                       std::int64_t count) {
     constexpr std::int64_t enough = 8192;
     const std::int64_t total = length * count;
-    CopyElements(in, out, length);
+    CopyElementRows(in, length, out, total, length, blocks);
     std::int64_t pattern = length;
     for (std::int64_t written = length; written < total;) {
         const std::int64_t step = std::min(pattern, total - written);
-        CopyElements(out, out + written, step);
+        CopyElementRows(out, total, out + written, total, step, blocks);
         written += step;
         pattern = pattern < enough ? written : pattern;
     }
 }
 
-/// Writes `count` copies of a block of bytes one behind the other. A long block is copied in pieces, each of which is
-/// read from memory for the first copy and from the cache for the others: from the nearest one where the caches hold
-/// the output, too; else from the second, as memory is written faster in long runs.
-void RepeatBlock(const std::uint8_t* in, std::int64_t length, std::uint8_t* out, std::int64_t count) {
-    constexpr std::int64_t cached = std::int64_t{4} << 20;
-    const std::int64_t piece = length <= cached / count ? 1 << 14 : 1 << 17;
-    if (length < piece) {
-        RepeatShortBlock(in, length, out, count);
-        return;
-    }
+/// The same for a long block, in pieces, each of which is read from memory for the first copy and from the cache for
+/// the others.
+void RepeatLongBlock(const std::uint8_t* in, std::int64_t length, std::uint8_t* out, std::int64_t count,
+                     std::int64_t piece) {
     for (std::int64_t first = 0; first < length; first += piece) {
         for (std::int64_t copy = 0; copy < count; ++copy) {
             CopyElements(in + first, out + first + copy * length, std::min(piece, length - first));
@@ -77,17 +73,27 @@ void RepeatBlock(const std::uint8_t* in, std::int64_t length, std::uint8_t* out,
     }
 }
 
-/// A row along x, a plane along y, and the volume along z is a block whose copies follow one another.
+/// A row along x, a plane along y, and the volume along z is a block whose copies follow one another. Pieces are read
+/// from the nearest cache where the caches hold the output, too; else from the second, as memory is written faster in
+/// long runs.
 void ReplicateImage(const CImage& input, EnAxis axis, std::int64_t count, CImage& output) {
     const auto [width, height, depth] = Extents(input);
     const std::int64_t rows = axis == EnAxis::X ? 1 : height;
     const std::int64_t slices = axis == EnAxis::Z ? depth : 1;
     const std::int64_t length = width * rows * slices * input.Type().pixelBytes;
     const std::int64_t blocks = (height / rows) * (depth / slices);
+    constexpr std::int64_t cached = std::int64_t{4} << 20;
+    const std::int64_t piece = length <= cached / count ? 1 << 14 : 1 << 17;
     const auto* in = Elements<std::uint8_t>(input);
     auto* out = Elements<std::uint8_t>(output);
-    for (std::int64_t block = 0; block < blocks; ++block) {
-        RepeatBlock(in + block * length, length, out + block * length * count, count);
+    const std::int64_t step = length < piece ? RowsOfPage<std::uint8_t>(length * count) : 1;
+    for (std::int64_t block = 0; block < blocks; block += step) {
+        if (length < piece) {
+            RepeatShortBlocks(in + block * length, length, std::min(step, blocks - block), out + block * length * count,
+                              count);
+        } else {
+            RepeatLongBlock(in + block * length, length, out + block * length * count, count, piece);
+        }
     }
 }
 

@@ -11,7 +11,7 @@
 #include "Numbers.h"
 #include "Output.h"
 #include "Parameters.h"
-#include "VectorVariants.h"
+#include "base/VectorVariants.h"
 
 #include <algorithm>
 #include <cmath>
@@ -196,8 +196,8 @@ template <class T>
 /// A block of `count` elements of a row from `place` on. The shifts and the output start there, too. What blocks don't
 /// serve is served one by one, after them.
 template <bool Bilinear, class T, class Shift>
-MANI_VECTOR_VARIANTS void ResampleBlock(const T* in, const StExtents& extents, StPlace place,
-                                        const StShifts<Shift>& shifts, int count, T* out, T background) {
+VESSA_VECTOR_VARIANTS void ResampleBlock(const T* in, const StExtents& extents, StPlace place,
+                                         const StShifts<Shift>& shifts, int count, T* out, T background) {
     constexpr int neighbours = Bilinear ? 1 : 0;
     const auto [width, height, depth] = extents;
     StSources sources; // NOLINT(cppcoreguidelines-pro-type-member-init): found before it is read

@@ -1,7 +1,9 @@
 // Turns each plane of an image clockwise about its centre: out(x, y) = in((xx * c - yy * s) + cxi, (xx * s + yy * c) +
 // cyi) with xx and yy counted from the output's centre, c the cosine and s the negated sine of the angle. Positions
 // outside the plane leave the background, missing neighbours take the value of the base pixel, bytes are truncated.
-// Whole turns and, if the output may change its size, quarter and half turns move elements without interpolation.
+// Bicubic splines need all of their neighbours, but for one column and one row, which are extrapolated; they round
+// bytes. Whole turns and, if the output may change its size, quarter and half turns move elements without
+// interpolation.
 
 #include "PRotate.h"
 
@@ -16,11 +18,13 @@
 #include "Reverse.h"
 #include "RowSampling.h"
 #include "Transpose.h"
-#include "VectorVariants.h"
+#include "Wrapping.h"
+#include "base/VectorVariants.h"
 
 #include <algorithm>
 #include <cmath>
 #include <iostream>
+#include <numbers>
 
 namespace QUOR {
 
@@ -129,19 +133,14 @@ template <class T> struct StNeighbours {
 /// on to the next element; a half itself would round up what lies just below 0.5, too.
 constexpr double kJustBelowHalf = 0.49999999999999994;
 
-MANI_VECTOR_VARIANTS void FindNearest(StRowLines lines, std::int64_t first, int count, std::int32_t width,
-                                      std::int32_t* element) {
+VESSA_VECTOR_VARIANTS void FindNearest(StRowLines lines, std::int64_t first, int count, std::int32_t width,
+                                       std::int32_t* element) {
     const auto start = static_cast<double>(first);
     for (int i = 0; i < count; ++i) {
         const auto x = static_cast<std::int32_t>(lines.x.At(start + i) + kJustBelowHalf);
         const auto y = static_cast<std::int32_t>(lines.y.At(start + i) + kJustBelowHalf);
         element[i] = y * width + x;
     }
-}
-
-MANI_VECTOR_VARIANTS void FindBlockCells(const StRowLines& lines, std::int64_t first, int count, std::int32_t width,
-                                         StCells& cells) {
-    FindCells(lines, first, count, width, cells);
 }
 
 /// The bilinear rule, in its given grouping.
@@ -151,7 +150,7 @@ MANI_VECTOR_VARIANTS void FindBlockCells(const StRowLines& lines, std::int64_t f
 }
 
 template <class T>
-MANI_VECTOR_VARIANTS void MixCorners(const StCorners<T>& corners, const StCells& cells, T* out, int count) {
+VESSA_VECTOR_VARIANTS void MixCorners(const StCorners<T>& corners, const StCells& cells, T* out, int count) {
     for (int i = 0; i < count; ++i) {
         out[i] = ElementFromMix<T>(MixBilinear(corners.upper[2 * i], corners.upper[2 * i + 1], corners.lower[2 * i],
                                                corners.lower[2 * i + 1], cells.fx[i], cells.fy[i]));
@@ -191,7 +190,7 @@ template <class T> void LoadTaps(const StPlane<T>& plane, const std::int32_t* el
     }
 }
 
-template <class T> MANI_VECTOR_VARIANTS void MixTaps(const StTaps<T>& taps, const StCells& cells, T* out, int count) {
+template <class T> VESSA_VECTOR_VARIANTS void MixTaps(const StTaps<T>& taps, const StCells& cells, T* out, int count) {
     for (int i = 0; i < count; ++i) {
         const StWeights wx = Weights(cells.fx[i]);
         double rows[4];
@@ -246,7 +245,7 @@ public:
     }
 
     void Prepare(const StRowLines& lines, std::int64_t first, int count) {
-        FindBlockCells(lines, first, count, m_width, m_cells);
+        FindCells(lines, first, count, m_width, m_cells);
     }
     void Block(const StPlane<T>& plane, T* out, int count) {
         LoadCorners(plane.elements, plane.width, m_cells.element, count, m_corners);
@@ -281,7 +280,7 @@ public:
     }
 
     void Prepare(const StRowLines& lines, std::int64_t first, int count) {
-        FindBlockCells(lines, first, count, m_width, m_cells);
+        FindCells(lines, first, count, m_width, m_cells);
     }
     void Block(const StPlane<T>& plane, T* out, int count) {
         LoadTaps(plane, m_cells.element, count, m_taps);
@@ -346,13 +345,13 @@ private:
     StTaps<T> m_taps;
 };
 
-/// The turn by an angle: its cosine, its negated sine, and the sizes.
+/// The turn by an angle: its cosine and its negated sine.
 struct StTurn {
     double c;
     double s;
 
     explicit StTurn(double degrees) {
-        const double rad = (degrees / 180.0) * 3.141592653589793;
+        const double rad = (degrees / 180.0) * std::numbers::pi;
         c = std::cos(rad);
         s = -std::sin(rad);
     }
@@ -376,8 +375,7 @@ void TurnPlanes(const CImage& input, CImage& output, const StTurn& turn, T backg
 std::int64_t TurnedExtent(std::initializer_list<double> corners) {
     const double least = std::min(corners);
     const double most = std::max(corners);
-    return static_cast<std::int64_t>(static_cast<std::uint64_t>(TruncateTo64(most)) -
-                                     static_cast<std::uint64_t>(TruncateTo64(least)) + 3U);
+    return WrappedSum(WrappedDifference(TruncateTo64(most), TruncateTo64(least)), 3);
 }
 
 CSize TurnedSize(const CSize& size, const StTurn& turn) {

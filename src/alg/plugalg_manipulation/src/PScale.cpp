@@ -11,6 +11,7 @@
 #include "Numbers.h"
 #include "Output.h"
 #include "Parameters.h"
+#include "Wrapping.h"
 
 #include <algorithm>
 
@@ -82,9 +83,9 @@ public:
 
     /// Where the element at `position` comes from; `kNoSource` for a place outside.
     std::int64_t Source(std::int64_t position) const {
-        // The offset may be any number of 64 bits: a difference beyond them wraps.
-        const std::uint64_t difference = static_cast<std::uint64_t>(position) - static_cast<std::uint64_t>(m_offset);
-        const std::int64_t source = TruncateTo64(static_cast<double>(static_cast<std::int64_t>(difference)) / m_factor);
+        // The offset may be any number of 64 bits.
+        const std::int64_t difference = WrappedDifference(position, m_offset);
+        const std::int64_t source = TruncateTo64(static_cast<double>(difference) / m_factor);
         return source >= 0 && source < m_extent ? source : kNoSource;
     }
 

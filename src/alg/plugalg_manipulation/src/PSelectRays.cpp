@@ -9,7 +9,7 @@
 #include "Elements.h"
 #include "Inputs.h"
 #include "Output.h"
-#include "VectorVariants.h"
+#include "base/VectorVariants.h"
 
 #include <algorithm>
 #include <array>
@@ -89,7 +89,7 @@ struct StMarks {
     std::int64_t count;
 };
 
-template <class M> MANI_VECTOR_VARIANTS std::int64_t CountMarks(const M* mask, std::int64_t positions) {
+template <class M> VESSA_VECTOR_VARIANTS std::int64_t CountMarks(const M* mask, std::int64_t positions) {
     std::int64_t count = 0;
     for (std::int64_t begin = 0; begin < positions; begin += kPiece) {
         const std::int64_t end = std::min(begin + kPiece, positions);
@@ -103,7 +103,7 @@ template <class M> MANI_VECTOR_VARIANTS std::int64_t CountMarks(const M* mask, s
 }
 
 /// Writes 1 for a mark and 0 for any other position.
-template <class M> MANI_VECTOR_VARIANTS void FindMarks(const M* mask, std::int64_t positions, std::uint8_t* isMark) {
+template <class M> VESSA_VECTOR_VARIANTS void FindMarks(const M* mask, std::int64_t positions, std::uint8_t* isMark) {
     for (std::int64_t i = 0; i < positions; ++i) {
         isMark[i] = mask[i] != M{0} ? 1 : 0;
     }

@@ -8,7 +8,7 @@
 #include "Elements.h"
 #include "Inputs.h"
 #include "Output.h"
-#include "VectorVariants.h"
+#include "base/VectorVariants.h"
 
 #include <algorithm>
 #include <array>
@@ -114,7 +114,7 @@ struct StPlainAverage {
     }
 };
 
-MANI_VECTOR_VARIANTS bool HasNaN(const float* elements, std::int64_t count) {
+VESSA_VECTOR_VARIANTS bool HasNaN(const float* elements, std::int64_t count) {
     int found = 0;
     for (std::int64_t i = 0; i < count; ++i) {
         found |= std::isnan(elements[i]) ? 1 : 0;
@@ -125,15 +125,15 @@ MANI_VECTOR_VARIANTS bool HasNaN(const float* elements, std::int64_t count) {
 /// The output elements of a row whose blocks are whole.
 /// @{
 template <class T, class Rule>
-MANI_VECTOR_VARIANTS void ShrinkPairs(const T* upper, const T* lower, T* out, std::int64_t count) {
+VESSA_VECTOR_VARIANTS void ShrinkPairs(const T* upper, const T* lower, T* out, std::int64_t count) {
     for (std::int64_t x = 0; x < count; ++x) {
         out[x] = Rule::Of(upper[2 * x], upper[2 * x + 1], lower[2 * x], lower[2 * x + 1]);
     }
 }
 
 template <class T, class Rule>
-MANI_VECTOR_VARIANTS void ShrinkPairs(const T* upper, const T* lower, const T* upperNext, const T* lowerNext, T* out,
-                                      std::int64_t count) {
+VESSA_VECTOR_VARIANTS void ShrinkPairs(const T* upper, const T* lower, const T* upperNext, const T* lowerNext, T* out,
+                                       std::int64_t count) {
     for (std::int64_t x = 0; x < count; ++x) {
         out[x] = Rule::Of(upper[2 * x], upper[2 * x + 1], lower[2 * x], lower[2 * x + 1], upperNext[2 * x],
                           upperNext[2 * x + 1], lowerNext[2 * x], lowerNext[2 * x + 1]);

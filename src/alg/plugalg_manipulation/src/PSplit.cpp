@@ -11,6 +11,9 @@
 #include "Inputs.h"
 #include "Numbers.h"
 #include "Output.h"
+#include "Wrapping.h"
+
+#include <algorithm>
 
 namespace QUOR {
 
@@ -61,11 +64,14 @@ template <class T> void SplitImage(const CImage& input, EnAxis axis, CImage& fir
     const std::int64_t blocks = axis == EnAxis::X ? height * depth : axis == EnAxis::Y ? depth : 1;
     const std::int64_t firstLength = static_cast<std::int64_t>(first.Size().Volume()) / blocks;
     const std::int64_t secondLength = static_cast<std::int64_t>(second.Size().Volume()) / blocks;
-    const T* in = Elements<T>(input);
-    for (std::int64_t block = 0; block < blocks; ++block) {
-        CopyElements(in, Elements<T>(first) + block * firstLength, firstLength);
-        CopyElements(in + firstLength, Elements<T>(second) + block * secondLength, secondLength);
-        in += firstLength + secondLength;
+    const std::int64_t length = firstLength + secondLength;
+    const std::int64_t step = RowsOfPage<T>(length);
+    for (std::int64_t block = 0; block < blocks; block += step) {
+        const std::int64_t count = std::min(step, blocks - block);
+        const T* in = Elements<T>(input) + block * length;
+        CopyElementRows(in, length, Elements<T>(first) + block * firstLength, firstLength, firstLength, count);
+        CopyElementRows(in + firstLength, length, Elements<T>(second) + block * secondLength, secondLength,
+                        secondLength, count);
     }
 }
 
@@ -80,11 +86,6 @@ std::unique_ptr<CImage> NewPart(const CImage& input, EnAxis axis, std::int64_t e
 std::int64_t CutAt(std::int64_t extent, float ratio) {
     // Single precision is meant: beyond 2^24 elements the cut is a rounded one.
     return TruncateTo64(static_cast<float>(extent) * ratio);
-}
-
-/// What is left behind the cut. A ratio that `NodeInit` has refused may have put the cut anywhere.
-std::int64_t Rest(std::int64_t extent, std::int64_t cut) {
-    return static_cast<std::int64_t>(static_cast<std::uint64_t>(extent) - static_cast<std::uint64_t>(cut));
 }
 
 } // namespace
@@ -119,7 +120,7 @@ void CPSplit::Run() {
     const std::int64_t extent = ExtentAlong(extents, axis);
     const std::int64_t cut = CutAt(extent, split_ratio);
     auto first = NewPart(input, axis, cut);
-    auto second = NewPart(input, axis, Rest(extent, cut));
+    auto second = NewPart(input, axis, WrappedDifference(extent, cut)); // a refused ratio may have cut anywhere
     DispatchWidth(input.Type(), kWhere, [&]<class T>(Element<T>) { SplitImage<T>(input, axis, *first, *second); });
     SetOutputs(*this, WrapImage(std::move(first)), WrapImage(std::move(second)));
 }

@@ -3,11 +3,11 @@
 
 #include "PSwitchAxes.h"
 
+#include "Blocks.h"
 #include "Description.h"
 #include "Elements.h"
 #include "Inputs.h"
 #include "Output.h"
-#include "Rows.h"
 #include "Transpose.h"
 
 #include <algorithm>
@@ -87,8 +87,8 @@ template <class T> void MoveElements(const CImage& input, CImage& output, std::s
     const StAxis& column = *std::min_element(axes.begin(), last, nearer);
     if (&column == &row) {
         for (std::int64_t z = 0; z < third.extent; ++z) {
-            CopyRows(in + third.inStride * z, second.inStride, out + third.outStride * z, second.outStride, row.extent,
-                     second.extent);
+            CopyElementRows(in + third.inStride * z, second.inStride, out + third.outStride * z, second.outStride,
+                            row.extent, second.extent);
         }
         return;
     }

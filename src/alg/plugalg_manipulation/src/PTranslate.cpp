@@ -13,6 +13,7 @@
 #include "Parameters.h"
 #include "Periodic.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 

@@ -10,6 +10,7 @@
 #include "Inputs.h"
 #include "Numbers.h"
 #include "Output.h"
+#include "Wrapping.h"
 
 #include <algorithm>
 #include <cmath>
@@ -63,7 +64,7 @@ template <class T> void WriteSheet(const CImage& input, CImage& output, std::int
 
 /// The place of a tile in one direction: a product that wraps around in 32 bits.
 std::int64_t TilePlace(std::int64_t number, std::int64_t extent) {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(number) * static_cast<std::uint32_t>(extent));
+    return WrappedProduct(WrappedTo32(number), WrappedTo32(extent));
 }
 
 /// The same for a sheet whose places wrap around: there are gaps, and of tiles in one place the last one stands.

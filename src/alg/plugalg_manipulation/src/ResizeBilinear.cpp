@@ -1,8 +1,9 @@
+#include "CacheLine.h"
 #include "Elements.h"
 #include "Numbers.h"
 #include "Output.h"
 #include "Resize.h"
-#include "VectorVariants.h"
+#include "base/VectorVariants.h"
 
 #include <algorithm>
 #include <cmath>
@@ -153,13 +154,13 @@ template <class T, class Element>
 }
 
 template <class Element>
-MANI_VECTOR_VARIANTS void PrepareSpread(const float* in, const StColumns<float>& columns,
-                                        StSpreadRow<Element>& __restrict row) {
+VESSA_VECTOR_VARIANTS void PrepareSpread(const float* in, const StColumns<float>& columns,
+                                         StSpreadRow<Element>& __restrict row) {
     SpreadRow(in, columns, row.first, row.second);
 }
 
-MANI_VECTOR_VARIANTS void PrepareMixed(const std::uint8_t* in, const StColumns<std::uint8_t>& columns,
-                                       StMixedRow& __restrict row) {
+VESSA_VECTOR_VARIANTS void PrepareMixed(const std::uint8_t* in, const StColumns<std::uint8_t>& columns,
+                                        StMixedRow& __restrict row) {
     std::uint8_t first[kColumns];
     std::uint8_t second[kColumns];
     SpreadRow(in, columns, first, second);
@@ -171,7 +172,7 @@ MANI_VECTOR_VARIANTS void PrepareMixed(const std::uint8_t* in, const StColumns<s
 
 /// Where each element of the input is spread to the same number of columns.
 template <int Repeat, class T, class Row>
-MANI_VECTOR_VARIANTS void PrepareRepeated(const T* in, const StColumns<T>& columns, Row& __restrict row) {
+VESSA_VECTOR_VARIANTS void PrepareRepeated(const T* in, const StColumns<T>& columns, Row& __restrict row) {
     const T* source = in + columns.first[0];
     const int last = columns.count / Repeat - 1;
     for (int i = 0; i < last; ++i) {
@@ -184,8 +185,8 @@ MANI_VECTOR_VARIANTS void PrepareRepeated(const T* in, const StColumns<T>& colum
     }
 }
 
-MANI_VECTOR_VARIANTS void PrepareEstimate(const std::uint8_t* in, const StColumns<std::uint8_t>& columns,
-                                          StEstimatedRow& __restrict row) {
+VESSA_VECTOR_VARIANTS void PrepareEstimate(const std::uint8_t* in, const StColumns<std::uint8_t>& columns,
+                                           StEstimatedRow& __restrict row) {
     SpreadRow(in, columns, row.first, row.second);
     for (int i = 0; i < columns.count; ++i) {
         const float fx = columns.single[i];
@@ -214,16 +215,16 @@ template <class T, class Row>
     }
 }
 
-MANI_VECTOR_VARIANTS void MixRows(const StColumns<float>& columns, const StSpreadRow<double>& upper,
-                                  const StSpreadRow<double>& lower, double fraction, float* __restrict out) {
+VESSA_VECTOR_VARIANTS void MixRows(const StColumns<float>& columns, const StSpreadRow<double>& upper,
+                                   const StSpreadRow<double>& lower, double fraction, float* __restrict out) {
     MixExactly(columns, upper, lower, fraction, 0, columns.count, out);
 }
 
 /// Bytes interpolated in single precision alone. What rounding takes an estimate and the rule's sum apart is less than
 /// 12 * 255 / 2^24, or 0.0002: where a doubt of that size leaves the byte the same, it is the rule's. Where it doesn't,
 /// in few places but for those of one grey, the block is computed again.
-MANI_VECTOR_VARIANTS void MixEstimates(const StColumns<std::uint8_t>& columns, const StEstimatedRow& upper,
-                                       const StEstimatedRow& lower, double fraction, std::uint8_t* __restrict out) {
+VESSA_VECTOR_VARIANTS void MixEstimates(const StColumns<std::uint8_t>& columns, const StEstimatedRow& upper,
+                                        const StEstimatedRow& lower, double fraction, std::uint8_t* __restrict out) {
     constexpr int block = 64;
     constexpr float doubt = 1.0F / 4096;
     const auto fy = static_cast<float>(fraction);
@@ -246,8 +247,8 @@ MANI_VECTOR_VARIANTS void MixEstimates(const StColumns<std::uint8_t>& columns, c
 
 /// With sixteenths the weights need so few bits that a product of doubles is exact, and narrowing it gives what a
 /// product of floats gives.
-MANI_VECTOR_VARIANTS void MixSixteenths(const StColumns<float>& columns, const StSpreadRow<float>& upper,
-                                        const StSpreadRow<float>& lower, double fraction, float* __restrict out) {
+VESSA_VECTOR_VARIANTS void MixSixteenths(const StColumns<float>& columns, const StSpreadRow<float>& upper,
+                                         const StSpreadRow<float>& lower, double fraction, float* __restrict out) {
     const auto fy = static_cast<float>(fraction);
     const float gy = 1.0F - fy;
     for (int i = 0; i < columns.count; ++i) {
@@ -262,8 +263,8 @@ MANI_VECTOR_VARIANTS void MixSixteenths(const StColumns<float>& columns, const S
 }
 
 /// For bytes all of it is exact, and 16 bits hold the sum of 256ths.
-MANI_VECTOR_VARIANTS void MixByteSixteenths(const StColumns<std::uint8_t>& columns, const StMixedRow& upper,
-                                            const StMixedRow& lower, double fraction, std::uint8_t* __restrict out) {
+VESSA_VECTOR_VARIANTS void MixByteSixteenths(const StColumns<std::uint8_t>& columns, const StMixedRow& upper,
+                                             const StMixedRow& lower, double fraction, std::uint8_t* __restrict out) {
     const auto part = static_cast<std::uint16_t>(fraction * kParts);
     const auto rest = static_cast<std::uint16_t>(kParts - part);
     for (int i = 0; i < columns.count; ++i) {

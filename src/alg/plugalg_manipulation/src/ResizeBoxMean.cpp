@@ -2,7 +2,7 @@
 #include "Numbers.h"
 #include "Output.h"
 #include "Resize.h"
-#include "VectorVariants.h"
+#include "base/VectorVariants.h"
 
 #include <algorithm>
 #include <vector>
@@ -18,8 +18,8 @@ public:
         : m_last(extent - 1), m_ratio(static_cast<double>(outExtent) / static_cast<double>(extent)),
           m_reach(TruncateTo64(static_cast<double>(extent) / static_cast<double>(outExtent) + 0.5)) {}
 
-    /// One element more than the ratio of the extents; the last element of the axis cuts the windows at the edge.
     std::int64_t First(std::int64_t position) const { return TruncateTo64(static_cast<double>(position) / m_ratio); }
+    /// A window has one element more than the ratio of the extents; the axis' last element cuts those at the edge.
     std::int64_t Last(std::int64_t first) const { return std::min(first + m_reach, m_last); }
     std::int64_t Reach() const { return m_reach; }
 
@@ -41,7 +41,7 @@ private:
 /// The mean as the rule has it: both numbers in single precision.
 inline float Mean(double sum, std::int64_t count) { return static_cast<float>(sum) / static_cast<float>(count); }
 
-template <class Sum> MANI_VECTOR_VARIANTS void AddRow(const std::uint8_t* in, std::int64_t width, Sum* sums) {
+template <class Sum> VESSA_VECTOR_VARIANTS void AddRow(const std::uint8_t* in, std::int64_t width, Sum* sums) {
     for (std::int64_t x = 0; x < width; ++x) {
         sums[x] += in[x];
     }

@@ -4,7 +4,7 @@
 #include "Output.h"
 #include "Resize.h"
 #include "Transpose.h"
-#include "VectorVariants.h"
+#include "base/VectorVariants.h"
 
 #include <algorithm>
 #include <cmath>
@@ -71,8 +71,8 @@ using Doubles [[gnu::vector_size(kLanes * sizeof(double))]] = double;
 
 /// Weighted sums of neighbouring columns of `kRows` numbers, each row's in the order of the columns: one sum for each
 /// of the `firsts`, from that column on, with weights of its own.
-MANI_VECTOR_VARIANTS void AddColumns(const double* columns, const std::vector<std::int64_t>& firsts,
-                                     const double* weights, std::int64_t size, float* out) {
+VESSA_VECTOR_VARIANTS void AddColumns(const double* columns, const std::vector<std::int64_t>& firsts,
+                                      const double* weights, std::int64_t size, float* out) {
     for (const std::int64_t first : firsts) {
         Doubles upper = {};
         Doubles lower = {};
@@ -94,7 +94,7 @@ MANI_VECTOR_VARIANTS void AddColumns(const double* columns, const std::vector<st
     }
 }
 
-template <class T> MANI_VECTOR_VARIANTS void Widen(const T* in, std::int64_t count, double* __restrict out) {
+template <class T> VESSA_VECTOR_VARIANTS void Widen(const T* in, std::int64_t count, double* __restrict out) {
     for (std::int64_t i = 0; i < count; ++i) {
         out[i] = in[i];
     }
@@ -157,8 +157,8 @@ template <class T> void SmoothRows(const CImage& input, const CGausKernel& kerne
 
 /// Adds rows of neighbouring numbers, each with its weight, one after the other: four at a time, so that the sums are
 /// fetched and stored less often.
-MANI_VECTOR_VARIANTS void AddRows(const std::vector<const float*>& rows, const std::vector<double>& weights,
-                                  std::int64_t left, std::int64_t count, double* __restrict sums) {
+VESSA_VECTOR_VARIANTS void AddRows(const std::vector<const float*>& rows, const std::vector<double>& weights,
+                                   std::int64_t left, std::int64_t count, double* __restrict sums) {
     std::size_t t = 0;
     for (; t + 4 <= rows.size(); t += 4) {
         const float* a = rows[t] + left;
@@ -177,7 +177,7 @@ MANI_VECTOR_VARIANTS void AddRows(const std::vector<const float*>& rows, const s
     }
 }
 
-template <class T> MANI_VECTOR_VARIANTS void StoreRow(const double* sums, std::int64_t width, T* out) {
+template <class T> VESSA_VECTOR_VARIANTS void StoreRow(const double* sums, std::int64_t width, T* out) {
     for (std::int64_t x = 0; x < width; ++x) {
         out[x] = std::is_floating_point_v<T> ? ElementFromNumber<T>(sums[x]) : ElementFromNumber<T>(sums[x] + 0.5);
     }

@@ -1,12 +1,12 @@
 #include "Reverse.h"
 
-#include "VectorVariants.h"
+#include "base/VectorVariants.h"
 
 namespace QUOR::manipulation {
 
 namespace {
 
-template <class T> MANI_VECTOR_VARIANTS void Reverse(const T* in, T* out, std::int64_t count) {
+template <class T> VESSA_VECTOR_VARIANTS void Reverse(const T* in, T* out, std::int64_t count) {
     for (std::int64_t i = 0; i < count; ++i) {
         out[i] = in[count - 1 - i];
     }

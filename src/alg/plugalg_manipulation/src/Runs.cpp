@@ -1,6 +1,6 @@
 #include "Runs.h"
 
-#include "VectorVariants.h"
+#include "base/VectorVariants.h"
 
 #include <type_traits>
 
@@ -17,7 +17,7 @@ template <class T> auto BitsOf(T element) {
     }
 }
 
-template <class T> MANI_VECTOR_VARIANTS void MarkEnds(const T* in, std::uint8_t* ends, std::int64_t count) {
+template <class T> VESSA_VECTOR_VARIANTS void MarkEnds(const T* in, std::uint8_t* ends, std::int64_t count) {
     for (std::int64_t i = 0; i + 1 < count; ++i) {
         ends[i] = BitsOf(in[i]) != BitsOf(in[i + 1]) ? 1 : 0;
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "VectorVariants.h"
+#include "CacheLine.h"
 
 #include <algorithm>
 #include <array>

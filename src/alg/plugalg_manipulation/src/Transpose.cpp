@@ -1,6 +1,7 @@
 #include "Transpose.h"
 
-#include "VectorVariants.h"
+#include "CacheLine.h"
+#include "base/VectorVariants.h"
 
 #include <algorithm>
 #include <bit>
@@ -256,8 +257,8 @@ template <bool Streams, int Squares, class T>
 }
 
 template <bool Streams, class T>
-MANI_VECTOR_VARIANTS void MovePartBySquares(const StStack<T>& in, const StPart& part, StBlock<T>& block, T* out,
-                                            std::int64_t outStride) {
+VESSA_VECTOR_VARIANTS void MovePartBySquares(const StStack<T>& in, const StPart& part, StBlock<T>& block, T* out,
+                                             std::int64_t outStride) {
     MovePart<Streams, 1>(in, part, block, out, outStride);
 }
 
@@ -283,8 +284,8 @@ template <bool Streams, class T> auto ChooseMovePart() { return &MovePartBySquar
 
 /// Moves a part of a stack that is less high than a line, but not than a square: square by square.
 template <class T>
-MANI_VECTOR_VARIANTS void MoveLowPart(const StStack<T>& in, const StPart& part, StBlock<T>& block, T* out,
-                                      std::int64_t outStride) {
+VESSA_VECTOR_VARIANTS void MoveLowPart(const StStack<T>& in, const StPart& part, StBlock<T>& block, T* out,
+                                       std::int64_t outStride) {
     constexpr int lanes = kLanes<T>;
     FetchBlock(in, part, block);
     for (int left = 0; left < part.width; left += lanes) {
@@ -303,8 +304,8 @@ MANI_VECTOR_VARIANTS void MoveLowPart(const StStack<T>& in, const StPart& part, 
 
 /// Moves a part of a stack that is narrower or less high than a square: only what there is is fetched and stored.
 template <class T>
-MANI_VECTOR_VARIANTS void MoveThinPart(const StStack<T>& in, const StPart& part, StBlock<T>& block, T* out,
-                                       std::int64_t outStride) {
+VESSA_VECTOR_VARIANTS void MoveThinPart(const StStack<T>& in, const StPart& part, StBlock<T>& block, T* out,
+                                        std::int64_t outStride) {
     constexpr int side = kSide<T>;
     constexpr int lanes = kLanes<T>;
     const std::size_t rowBytes = sizeof(T) * static_cast<std::size_t>(part.width);
