@@ -443,8 +443,10 @@ TEST(Append, AgreesWithThePlainLoopOnRandomImages) {
         const auto pair = static_cast<std::size_t>(round) % 36;
         const IImage::CType typeA = AcceptedTypes()[pair / 6];
         const IImage::CType typeB = AcceptedTypes()[pair % 6];
-        const CSize sizeA(extent(60), extent(8), extent(6));
-        CSize sizeB(extent(60), extent(8), extent(6));
+        const bool isLarge = round % 72 < 36; // rows of several pages of memory
+        const auto randomSize = [&] { return CSize(extent(isLarge ? 300 : 60), extent(isLarge ? 90 : 8), extent(6)); };
+        const CSize sizeA = randomSize();
+        CSize sizeB = randomSize();
         sizeB.x = random() % 2 == 0 ? sizeA.x : sizeB.x; // equal extents hang together
         sizeB.y = random() % 2 == 0 ? sizeA.y : sizeB.y;
         const char along = "XYZ"[random() % 3];

@@ -460,24 +460,27 @@ TEST(Emplace, AgreesWithThePlainRulesOnRandomImages) {
     const std::vector<IImage::CType> masks = TypesWithout({IMAGE_RGB_8});
     for (int round = 0; round < 3000; ++round) {
         const auto extent = [&](unsigned most) { return static_cast<std::int64_t>(random() % most + 1); };
-        const auto sizeOf = [&](unsigned width) {
-            return random() % 3 == 0 ? CSize(extent(width), extent(5)) : CSize(extent(width), extent(5), extent(4));
+        const unsigned width = round % 10 == 0 ? 200 : 9;
+        const unsigned height = round % 10 == 0 ? 60 : 5; // rows of several pages of memory
+        const auto randomSize = [&] {
+            return random() % 3 == 0 ? CSize(extent(width), extent(height))
+                                     : CSize(extent(width), extent(height), extent(4));
         };
         const auto number = [&](int most) {
             return static_cast<int>(random() % static_cast<unsigned>(2 * most + 1)) - most;
         };
-        const unsigned width = round % 10 == 0 ? 200 : 9;
         const int most = static_cast<int>(width);
-        const StSetting setting{.pos = {number(most), number(7), number(6)},
+        const int highest = static_cast<int>(height);
+        const StSetting setting{.pos = {number(most), number(highest + 2), number(6)},
                                 .offset = {random() % 2 == 0 ? 0 : number(most), number(2), number(2)},
-                                .size = {random() % 2 == 0 ? -1 : number(most), random() % 2 == 0 ? -1 : number(5),
-                                         random() % 2 == 0 ? -1 : number(4)},
+                                .size = {random() % 2 == 0 ? -1 : number(most),
+                                         random() % 2 == 0 ? -1 : number(highest), random() % 2 == 0 ? -1 : number(4)},
                                 .wrap = random() % 2 == 0};
         const IImage::CType type = AllTypes()[random() % AllTypes().size()];
         CNodeUnderTest node("Emplace");
         Place(node, setting);
-        node.Input(0, RandomImage(type, sizeOf(width), random));
-        node.Input(1, RandomImage(type, sizeOf(width), random));
+        node.Input(0, RandomImage(type, randomSize(), random));
+        node.Input(1, RandomImage(type, randomSize(), random));
         const CImage* mask = nullptr;
         if (random() % 2 == 0) {
             auto marks = RandomImage(masks[random() % masks.size()], node.InputImage(1).Size(), random);

@@ -209,10 +209,12 @@ TEST(Replicate, AgreesWithThePlainLoopOnRandomImages) {
     for (int round = 0; round < 300; ++round) {
         const auto below = [&](unsigned most) { return static_cast<int>(random() % most + 1); };
         const bool isLong = round % 50 == 0; // a block of several pieces
-        const CSize size(below(round % 10 == 0 ? 700 : 20), isLong ? 700 + below(300) : below(7), below(5));
+        const bool isHigh = round % 5 == 0;  // rows of several pages of memory
+        const CSize size(below(round % 10 == 0 ? 700 : 20), isLong ? 700 + below(300) : below(isHigh ? 120 : 7),
+                         below(5));
         const char along = "XYZ"[random() % 3];
         // Many copies of few elements reach the longest pattern.
-        const int count = below(isLong ? 3 : round % 25 == 0 ? 3000 : 40);
+        const int count = below(isLong ? 3 : isHigh ? 9 : round % 24 == 0 ? 3000 : 40);
         CNodeUnderTest node("Replicate");
         node.Set("along", std::string(1, along).c_str()).Set("count", count);
         node.Input(0, RandomImage(types[random() % types.size()], size, random));

@@ -251,7 +251,8 @@ TEST(Split, AgreesWithThePlainLoopOnRandomImages) {
     const std::vector<IImage::CType> types{IMAGE_GREY_F, IMAGE_GREY_8, IMAGE_GREY_16, IMAGE_GREY_32, IMAGE_BINARY_FG};
     for (int round = 0; round < 300; ++round) {
         const auto extent = [&](unsigned most) { return static_cast<std::int64_t>(random() % most + 1); };
-        const CSize size(extent(60), extent(9), extent(6));
+        const bool isLarge = round % 3 == 0; // rows of several pages of memory
+        const CSize size(extent(isLarge ? 700 : 60), extent(isLarge ? 90 : 9), extent(6));
         const char along = "XYZ"[random() % 3];
         const float ratio = static_cast<float>(random() % 999 + 1) / 1000.0F;
         CNodeUnderTest node("Split");

@@ -213,43 +213,80 @@ void KeepLast(std::int64_t extent, std::int64_t& size, std::int64_t& from, std::
     }
 }
 
-/// Places a window without a mask. Goes through the base row by row and writes every byte once.
-void PlaceWhole(const StPlane& plane, StExtents base, StExtents patch, StWindow window) {
+/// Writes the output from its start to its end, every byte once: rows with a part of the patch, and the base before,
+/// between and behind them. Widths, columns and places are counted in bytes.
+class CRowWriter {
+public:
+    CRowWriter(const StPlane& plane, std::int64_t baseWidth, std::int64_t patchWidth, std::int64_t column,
+               std::int64_t width)
+        : m_plane(plane), m_baseWidth(baseWidth), m_patchWidth(patchWidth), m_column(column), m_width(width),
+          m_overhang(std::max<std::int64_t>(column + width - baseWidth, 0)) {}
+
+    void CopyBaseUpTo(std::int64_t end) {
+        CopyElements(m_plane.base + m_written, m_plane.out + m_written, end - m_written);
+        m_written = end;
+    }
+
+    /// Writes rows from the one at `start` on, with the patch's rows from `source` on.
+    void Place(std::int64_t start, std::int64_t source, std::int64_t rows) {
+        const std::int64_t inner = m_width - m_overhang;
+        if (m_overhang > 0) { // the gap lies between the two parts
+            CopyBaseUpTo(start);
+            CopyPatch(start, source + inner, m_overhang, rows);
+            CopyGaps(start + m_overhang, rows);
+            CopyPatch(start + m_column, source, inner, rows);
+            m_written = start + m_baseWidth * rows;
+        } else { // it goes from one row into the next
+            CopyBaseUpTo(start + m_column);
+            CopyPatch(start + m_column, source, inner, rows);
+            CopyGaps(start + m_column + m_width, rows - 1);
+            m_written = start + m_baseWidth * (rows - 1) + m_column + m_width;
+        }
+    }
+
+private:
+    void CopyPatch(std::int64_t to, std::int64_t source, std::int64_t width, std::int64_t rows) {
+        CopyElementRows(m_plane.patch + source, m_patchWidth, m_plane.out + to, m_baseWidth, width, rows);
+    }
+    void CopyGaps(std::int64_t to, std::int64_t rows) {
+        CopyElementRows(m_plane.base + to, m_baseWidth, m_plane.out + to, m_baseWidth, m_baseWidth - m_width, rows);
+    }
+
+    const StPlane& m_plane;
+    std::int64_t m_baseWidth;
+    std::int64_t m_patchWidth;
+    std::int64_t m_column;
+    std::int64_t m_width;
+    std::int64_t m_overhang; ///< what goes to a row's start
+    std::int64_t m_written = 0;
+};
+
+/// Places a window without a mask. Goes through the base row by row, and through a page of rows at a time where the
+/// patch comes to them.
+void PlaceWhole(const StPlane& plane, const StExtents& base, const StExtents& patch, StWindow window) {
     StExtents& size = window.size;
     StPlace& from = window.from;
     StPlace& at = window.at;
     KeepLast(base.width, size.width, from.x, at.x);
     KeepLast(base.height, size.height, from.y, at.y);
     KeepLast(base.depth, size.depth, from.z, at.z);
-    for (std::int64_t* columns : {&base.width, &patch.width, &size.width, &from.x, &at.x}) {
-        *columns *= plane.elementBytes; // from here on a column is a byte
-    }
-    const std::int64_t readable = plane.readable * plane.elementBytes;
-    const std::int64_t overhang = std::max<std::int64_t>(at.x + size.width - base.width, 0); // goes to the row's start
-    std::int64_t written = 0;
-    const auto place = [&](std::int64_t to, std::int64_t source, std::int64_t count) {
-        CopyElements(plane.base + written, plane.out + written, to - written);
-        CopyElements(plane.patch + source, plane.out + to, count);
-        written = to + count;
-    };
+    const std::int64_t bytes = plane.elementBytes;
+    CRowWriter writer(plane, base.width * bytes, patch.width * bytes, at.x * bytes, size.width * bytes);
+    const std::int64_t step = RowsOfPage<std::uint8_t>(base.width * bytes);
     for (std::int64_t z = 0; z < base.depth; ++z) {
         const std::int64_t slice = z < at.z ? z - at.z + base.depth : z - at.z;
-        for (std::int64_t y = 0; y < base.height; ++y) {
+        for (std::int64_t y = 0, rows = 0; slice < size.depth && y < base.height; y += rows) {
             const std::int64_t row = y < at.y ? y - at.y + base.height : y - at.y;
-            if (slice >= size.depth || row >= size.height) {
-                continue;
-            }
             const std::int64_t source = ElementNumber(patch, {from.x, from.y + row, from.z + slice});
-            if (source + size.width <= readable) {
-                const std::int64_t start = ElementNumber(base, {0, y, z});
-                if (overhang > 0) {
-                    place(start, source + size.width - overhang, overhang);
-                }
-                place(start + at.x, source, size.width - overhang);
+            rows = 1;
+            if (row < size.height && source + size.width <= plane.readable) {
+                const std::int64_t fit = (plane.readable - size.width - source) / patch.width + 1;
+                rows = std::min({step, (y < at.y ? at.y : base.height) - y, size.height - row, fit});
+                writer.Place(ElementNumber(base, {0, y, z}) * bytes, source * bytes, rows);
             }
         }
     }
-    place(base.width * base.height * base.depth, 0, 0);
+    writer.CopyBaseUpTo(base.width * base.height * base.depth * bytes);
 }
 
 struct StInputs {
