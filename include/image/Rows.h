@@ -30,11 +30,11 @@ VESSA_API void CopyRows(const unsigned char* in, std::int64_t inStride, unsigned
                         std::int64_t width, std::int64_t rows);
 
 /// Bytes that recur: elements of 1, 2, 4, 8, 16 or 32 bytes, side by side.
-using Pattern = std::array<unsigned char, 32>;
+using BytePattern = std::array<unsigned char, 32>;
 
 /// Copies rows as above, of which there is one at least, and fills what lies in the output between one row and the
 /// next with the pattern, which begins anew behind each row.
 VESSA_API void PlaceRows(const unsigned char* in, std::int64_t inStride, unsigned char* out, std::int64_t outStride,
-                         std::int64_t width, std::int64_t rows, const Pattern& fill);
+                         std::int64_t width, std::int64_t rows, const BytePattern& fill);
 
 } // namespace QUOR

@@ -42,7 +42,7 @@ TEST(Rows, CopiesRowsBesideOneAnother) {
 
 TEST(Rows, FillsWhatLiesBetweenRows) {
     const Bytes in{1, 2, 3, 4, 5, 6, 7, 8, 9};
-    Pattern fill;
+    BytePattern fill;
     std::iota(fill.begin(), fill.end(), static_cast<unsigned char>(100));
     Bytes out(12, 0);
     PlaceRows(in.data(), 3, out.data() + 1, 4, 2, 3, fill);
@@ -77,7 +77,7 @@ TEST(Rows, CopiesRowsOfAnyLength) {
 }
 
 TEST(Rows, PlacesRowsOfAnyLength) {
-    Pattern fill;
+    BytePattern fill;
     std::iota(fill.begin(), fill.end(), static_cast<unsigned char>(200));
     for (const std::int64_t width : kWidths) {
         for (const std::int64_t gap : kGaps) {

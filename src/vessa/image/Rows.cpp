@@ -10,7 +10,7 @@ namespace QUOR {
 namespace {
 
 /// The bytes of a vector: half of the widest, which is as fast where rows lie in the caches.
-constexpr std::int64_t kVector = std::tuple_size_v<Pattern>;
+constexpr std::int64_t kVector = std::tuple_size_v<BytePattern>;
 
 using Vector [[gnu::vector_size(kVector)]] = unsigned char;
 
@@ -49,7 +49,7 @@ VESSA_VECTOR_VARIANTS void CopyShortRows(const unsigned char* in, std::int64_t i
 /// What is set behind a row may reach into the place of the next one, which is copied after that.
 VESSA_VECTOR_VARIANTS void PlaceShortRows(const unsigned char* in, std::int64_t inStride, unsigned char* out,
                                           std::int64_t outStride, std::int64_t width, std::int64_t rows,
-                                          const Pattern& fill) {
+                                          const BytePattern& fill) {
     for (std::int64_t y = 0; y < rows - 1; ++y) {
         unsigned char* row = out + outStride * y;
         CopyShortRow(in + inStride * y, row, width);
@@ -61,7 +61,7 @@ VESSA_VECTOR_VARIANTS void PlaceShortRows(const unsigned char* in, std::int64_t 
 }
 
 /// Fills bytes with a pattern.
-void Fill(unsigned char* out, std::int64_t bytes, const Pattern& fill) {
+void Fill(unsigned char* out, std::int64_t bytes, const BytePattern& fill) {
     for (; bytes > kVector; bytes -= kVector, out += kVector) {
         std::memcpy(out, fill.data(), kVector);
     }
@@ -88,7 +88,7 @@ void CopyRows(const unsigned char* in, std::int64_t inStride, unsigned char* out
 }
 
 void PlaceRows(const unsigned char* in, std::int64_t inStride, unsigned char* out, std::int64_t outStride,
-               std::int64_t width, std::int64_t rows, const Pattern& fill) {
+               std::int64_t width, std::int64_t rows, const BytePattern& fill) {
     if (AreShort(width)) {
         PlaceShortRows(in, inStride, out, outStride, width, rows, fill);
         return;

@@ -21,10 +21,13 @@ inline std::int64_t ElementNumber(const StExtents& extents, const StPlace& place
     return place.x + extents.width * (place.y + extents.height * place.z);
 }
 
+/// Elements as the bytes that they are made of.
+/// @{
 template <class T> const unsigned char* Bytes(const T* elements) {
     return reinterpret_cast<const unsigned char*>(elements);
 }
 template <class T> unsigned char* Bytes(T* elements) { return reinterpret_cast<unsigned char*>(elements); }
+/// @}
 
 /// Copies `count` elements, bit for bit.
 template <class T> void CopyElements(const T* in, T* out, std::int64_t count) {
@@ -58,10 +61,10 @@ template <class T>
 void PlaceElementRows(const T* in, std::int64_t inStride, T* out, std::int64_t outStride, std::int64_t width,
                       std::int64_t rows, T fill) {
     constexpr std::int64_t bytes = sizeof(T);
-    std::array<T, sizeof(Pattern) / bytes> pattern;
+    std::array<T, sizeof(BytePattern) / bytes> pattern;
     pattern.fill(fill);
     PlaceRows(Bytes(in), inStride * bytes, Bytes(out), outStride * bytes, width * bytes, rows,
-              std::bit_cast<Pattern>(pattern));
+              std::bit_cast<BytePattern>(pattern));
 }
 
 /// Copies the elements with the given numbers. Eight are loaded at a time, none of which then waits for a store that
