@@ -1,6 +1,7 @@
 #include "AcceptedTypes.h"
 
 #include "NodeParameters.h"
+#include "SampleType.h"
 #include "ValueFile.h"
 
 #include <algorithm>
@@ -13,26 +14,12 @@ namespace vessa {
 
 namespace {
 
-template <class T> void FillWithOnes(CImage& image) {
-    std::fill_n(static_cast<T*>(image.Buffer().Data()), image.Buffer().Size() / sizeof(T), T{1});
-}
-
 /// Ones, since zeros mean nothing to some nodes, which then don't get to what they refuse.
 CImage Ones(const IImage::CType& type) {
     CImage image(type, CSize(4, 4), CSize(0, 0, 0));
-    if (type == IMAGE_GREY_F) {
-        FillWithOnes<float>(image);
-    } else if (type == IMAGE_GREY_D) {
-        FillWithOnes<double>(image);
-    } else if (type.channelBytes == 8) {
-        FillWithOnes<std::uint64_t>(image);
-    } else if (type.channelBytes == 4) {
-        FillWithOnes<std::uint32_t>(image);
-    } else if (type.channelBytes == 2) {
-        FillWithOnes<std::uint16_t>(image);
-    } else {
-        FillWithOnes<std::uint8_t>(image);
-    }
+    WithSampleType(type, [&]<class T>(T /*zero*/) {
+        std::fill_n(static_cast<T*>(image.Buffer().Data()), image.Buffer().Size() / sizeof(T), T{1});
+    });
     return image;
 }
 

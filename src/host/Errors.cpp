@@ -1,7 +1,7 @@
 #include "Errors.h"
 
 #include "Printable.h"
-#include "ValueFile.h"
+#include "vessa.h"
 
 #include <new>
 #include <ostream>
@@ -14,6 +14,10 @@ constexpr const char* kNoMemory = "the memory does not suffice";
 
 } // namespace
 
+void FailToWrite(const std::string& name, const std::string& reason) {
+    throw CFileError(name + ": can't be written: " + reason);
+}
+
 StFailure HandledFailure() {
     try {
         throw;
@@ -21,8 +25,6 @@ StFailure HandledFailure() {
         return {kWrongUse, failure.what()};
     } catch (const CInterrupted& interrupted) {
         return {kInterrupted + interrupted.Signal(), "interrupted"};
-    } catch (const CFileError& failure) {
-        return {kWorkFailed, failure.Message()};
     } catch (const QUOR::CException& failure) {
         return {kWorkFailed, failure.FormattedWhat()};
     } catch (const QUOR::CImageMemoryLimit& failure) {

@@ -25,6 +25,15 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// A file that can't be read or written as asked.
+class CFileError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Raises a `CFileError` about a file or a folder that can't be written.
+[[noreturn]] void FailToWrite(const std::string& name, const std::string& reason);
+
 /// The work was given up since a signal asked for the end.
 class CInterrupted {
 public:

@@ -3,12 +3,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <sys/types.h>
 #include <system_error>
 #include <utility>
 #include <vector>
 
 namespace vessa {
+
+/// The file name that stands for standard input and for standard output.
+inline constexpr std::string_view kStandardStream = "-";
 
 /// An open file, which is closed with the object.
 class CHandle {

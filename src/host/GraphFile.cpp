@@ -241,8 +241,13 @@ private:
         if (!map.HasEntry("file")) {
             return "";
         }
-        const std::string file = InTheNameOf("file", [&] { return TextOf(*map.Entry("file", true)); });
-        return (m_folder / file).string();
+        return InTheNameOf("file", [&] {
+            const std::string file = TextOf(*map.Entry("file", true));
+            if (file.find('\0') != std::string::npos) { // the system would take what stands before it
+                throw CUseError("no file's name holds the character U+0000");
+            }
+            return (m_folder / file).string();
+        });
     }
 
     /// Calls `work` with each entry of the map under `key`, and puts its place before what is raised.

@@ -1,5 +1,8 @@
 #include "ImageFile.h"
 
+#include "Errors.h"
+#include "Printable.h"
+
 #include <algorithm>
 #include <limits>
 
@@ -70,7 +73,7 @@ void RequireType(const std::string& file, const CImage& image, const std::string
 void RequireNoAttributes(const std::string& file, const CImage& image, const std::string& format) {
     if (!image.Attributes().IsEmpty()) {
         throw CFileError(file + ": " + format + " can't hold the image's attributes (the first one is " +
-                         image.Attributes().Keys().front().ToString() + "): TIFF can");
+                         Printable(image.Attributes().Keys().front().ToString()) + "): TIFF can");
     }
 }
 

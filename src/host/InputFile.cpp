@@ -1,7 +1,7 @@
 #include "InputFile.h"
 
 #include "Errors.h"
-#include "ValueFile.h"
+#include "vessa.h"
 
 #include <cerrno>
 #include <fcntl.h>

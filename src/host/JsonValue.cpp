@@ -2,7 +2,6 @@
 
 #include "Errors.h"
 #include "Printable.h"
-#include "ValueFile.h"
 
 #include <algorithm>
 #include <array>

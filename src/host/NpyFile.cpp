@@ -1,5 +1,6 @@
 #include "NpyFile.h"
 
+#include "Errors.h"
 #include "ImageFile.h"
 
 #include <algorithm>

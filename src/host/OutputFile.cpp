@@ -1,6 +1,6 @@
 #include "OutputFile.h"
 
-#include "ValueFile.h"
+#include "Errors.h"
 
 #include <algorithm>
 #include <array>
@@ -19,10 +19,6 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kChunk = std::size_t{1} << 16; // of a pipe
 constexpr const char* kOwnHandles = "/proc/self/fd/";
-
-[[noreturn]] void FailToWrite(const std::string& name, const std::string& reason) {
-    throw CFileError(name + ": can't be written: " + reason);
-}
 
 /// The place that a name leads to: a link keeps pointing to the file that is replaced. The last link may lead to
 /// nothing.

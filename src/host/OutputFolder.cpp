@@ -1,7 +1,7 @@
 #include "OutputFolder.h"
 
+#include "Errors.h"
 #include "FileSystem.h"
-#include "ValueFile.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -14,10 +14,6 @@ namespace vessa {
 namespace fs = std::filesystem;
 
 namespace {
-
-[[noreturn]] void FailToWrite(const std::string& name, const std::string& reason) {
-    throw CFileError(name + ": can't be written: " + reason);
-}
 
 /// Calls `work` and turns what it raises about files into a failure of the folder `name`.
 template <class Work> auto About(const std::string& name, const Work& work) {

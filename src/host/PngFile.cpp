@@ -1,5 +1,6 @@
 #include "PngFile.h"
 
+#include "Errors.h"
 #include "ImageFile.h"
 #include "Printable.h"
 
@@ -10,7 +11,6 @@
 #include <cstdlib>
 #include <new>
 #include <png.h>
-#include <string_view>
 
 namespace vessa {
 

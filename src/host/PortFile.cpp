@@ -23,10 +23,7 @@ bool IsWord(const std::string& text) {
 
 /// The format that a value of a kind is written in.
 EnFormat OutputFormat(const std::string& file, bool isMap, const StWriteOptions& options) {
-    if (file == kStandardStream) {
-        return options.format.value_or(isMap ? EnFormat::Json : EnFormat::Tiff);
-    }
-    return *FormatOf(file);
+    return file == kStandardStream ? StandardOutputFormat(isMap, options) : *FormatOf(file);
 }
 
 } // namespace

@@ -583,7 +583,8 @@ std::optional<StDescription> ReadDescription(const CInputFile& file, const std::
     const std::string name = map->EntryString("vessa/type", "").Text();
     const auto type = TypeByName(name);
     if (!type || std::find(possible.begin(), possible.end(), *type) == possible.end()) {
-        file.Fail("the description tells of the type \"" + name + "\": " + pixels + " can be " + Listed(possible));
+        file.Fail("the description tells of the type \"" + Printable(name) + "\": " + pixels + " can be " +
+                  Listed(possible));
     }
     const int dimensions = map->EntryLong("vessa/dimensions", 0);
     if (dimensions != 2 && dimensions != 3) {

@@ -130,7 +130,7 @@ std::string Shown(const std::string& file, const char* stream) { return file == 
 /// The format that a file is written in.
 EnFormat ChosenFormat(const std::string& file, bool isImage, const StWriteOptions& options) {
     if (file == kStandardStream) {
-        return options.format.value_or(isImage ? EnFormat::Tiff : EnFormat::Json);
+        return StandardOutputFormat(!isImage, options);
     }
     if (options.format) {
         throw CFileError(file + ": the name's ending tells the format: another one can be chosen for standard output "
@@ -202,6 +202,10 @@ std::optional<EnFormat> FormatByName(const std::string& name) {
     const auto* found =
         std::find_if(kFormats.begin(), kFormats.end(), [&](const StFormat& entry) { return name == entry.name; });
     return found == kFormats.end() ? std::nullopt : std::optional(found->format);
+}
+
+EnFormat StandardOutputFormat(bool isMap, const StWriteOptions& options) {
+    return options.format.value_or(isMap ? EnFormat::Json : EnFormat::Tiff);
 }
 
 const std::vector<std::string>& FormatNames() {

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "InputFile.h"
 #include "OutputFile.h"
 #include "vessa.h"
 
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 /// Reads values from files and writes them to files: images as PNG, TIFF and NumPy `.npy`, maps as JSON. The format
@@ -16,18 +16,6 @@
 ///
 /// Every failure raises a `CFileError` whose text names the file, what was found there and what would be allowed.
 namespace vessa {
-
-inline constexpr std::string_view kStandardStream = "-";
-
-/// A file that can't be read or written as asked.
-class CFileError {
-public:
-    explicit CFileError(std::string message) : m_message(std::move(message)) {}
-    const std::string& Message() const { return m_message; }
-
-private:
-    std::string m_message;
-};
 
 enum class EnFormat { Png, Tiff, Npy, Json };
 
@@ -56,6 +44,9 @@ struct StWriteOptions {
     /// first one to save a sixth.
     int pngLevel = 1;
 };
+
+/// The format of standard output for a map, or else for an image.
+EnFormat StandardOutputFormat(bool isMap, const StWriteOptions& options);
 
 /// The element types by name, as in "IMAGE_GREY_8"; nothing for an unknown name.
 std::optional<QUOR::IImage::CType> TypeByName(const std::string& name);

@@ -2,6 +2,7 @@
 
 #include "ImageFile.h"
 #include "JsonValue.h"
+#include "SampleType.h"
 
 #include <algorithm>
 #include <array>
@@ -35,30 +36,12 @@ std::string Number(double number) {
     return text.data();
 }
 
-template <class T> std::vector<double> NumbersAs(const CImage& image) {
-    const auto* elements = static_cast<const T*>(image.Buffer().Data());
-    return {elements, elements + image.Buffer().Size() / sizeof(T)};
-}
-
 /// The samples of an image of any type, plane by plane.
 std::vector<double> NumbersOf(const CImage& image) {
-    const IImage::CType& type = image.Type();
-    if (type == IMAGE_GREY_F) {
-        return NumbersAs<float>(image);
-    }
-    if (type == IMAGE_GREY_D) {
-        return NumbersAs<double>(image);
-    }
-    switch (type.channelBytes) {
-    case 2:
-        return NumbersAs<std::uint16_t>(image);
-    case 4:
-        return NumbersAs<std::uint32_t>(image);
-    case 8:
-        return NumbersAs<std::uint64_t>(image);
-    default:
-        return NumbersAs<unsigned char>(image);
-    }
+    return WithSampleType(image.Type(), [&]<class T>(T /*zero*/) {
+        const auto* samples = static_cast<const T*>(image.Buffer().Data());
+        return std::vector<double>(samples, samples + image.Buffer().Size() / sizeof(T));
+    });
 }
 
 /// True for labels: whole numbers from 0 on, without large gaps, each of them often.

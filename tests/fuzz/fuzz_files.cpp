@@ -1,6 +1,7 @@
 // Reads a file of one format. What can be read can be written in that format and comes back the same; what can't is
 // refused with one line.
 
+#include "Errors.h"
 #include "FuzzInput.h"
 #include "ValueFile.h"
 
@@ -42,8 +43,9 @@ std::unique_ptr<CValue> Read() {
     try {
         return ReadValue(File(), {});
     } catch (const CFileError& failure) {
-        if (failure.Message().find(File()) != 0 || failure.Message().find('\n') != std::string::npos) {
-            Broken("the message is not one line that begins with the file: " + failure.Message());
+        const std::string message = failure.what();
+        if (message.find(File()) != 0 || message.find('\n') != std::string::npos) {
+            Broken("the message is not one line that begins with the file: " + message);
         }
         return nullptr;
     }

@@ -2,6 +2,7 @@
 
 // What the tests of files share: a folder of their own, files given byte by byte, and failures by their text.
 
+#include "Errors.h"
 #include "InputFile.h"
 #include "MemoryLimit.h"
 #include "NodeTest.h"
@@ -13,9 +14,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <unistd.h>
 
 namespace vessa::test {
@@ -65,7 +66,7 @@ protected:
             const auto value = ReadValue(Path(name), options);
             return std::make_unique<CImage>(*QUOR::UnwrapPointer<CImage>(value.get()));
         } catch (const CFileError& failure) {
-            ADD_FAILURE() << failure.Message();
+            ADD_FAILURE() << failure.what();
             return ZeroImage(QUOR::IMAGE_GREY_8, CSize(0, 0));
         }
     }
@@ -80,7 +81,7 @@ protected:
         try {
             WriteValue(Path(name), QUOR::CValuePointer<CImage>(&image));
         } catch (const CFileError& failure) {
-            ADD_FAILURE() << failure.Message();
+            ADD_FAILURE() << failure.what();
         }
     }
 
@@ -141,7 +142,7 @@ private:
             work();
             return "";
         } catch (const CFileError& failure) {
-            std::string text = failure.Message();
+            std::string text = failure.what();
             const std::string folder = Path("");
             const std::size_t place = text.find(folder);
             return place == std::string::npos ? text : text.erase(place, folder.size());
@@ -154,7 +155,7 @@ private:
             const auto value = ReadValue(Path(name), {});
             return std::make_unique<CImage>(*QUOR::UnwrapPointer<CImage>(value.get()));
         } catch (const CFileError& failure) {
-            EXPECT_EQ(failure.Message().find('\n'), std::string::npos) << failure.Message();
+            EXPECT_EQ(std::string_view(failure.what()).find('\n'), std::string_view::npos) << failure.what();
             return nullptr;
         }
     }

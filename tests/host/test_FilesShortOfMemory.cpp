@@ -81,7 +81,7 @@ template <class Work> void WithFailure(std::array<char, 256>& words, const Work&
     try {
         work();
     } catch (const CFileError& failure) {
-        std::snprintf(words.data(), words.size(), "%s", failure.Message().c_str());
+        std::snprintf(words.data(), words.size(), "%s", failure.what());
         throw std::bad_alloc();
     }
 }

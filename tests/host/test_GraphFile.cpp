@@ -243,6 +243,8 @@ TEST_F(GraphFile, NamesAndKindsOfEntriesAreChecked) {
     ExpectRefused("{}", "nodes: there are none");
     ExpectRefused(R"({"inputs": {"a": {}}, "nodes": {"n": {"node": "Silent"}}, "outputs": {"o": "n"}})",
                   "inputs/a: no node and no output takes this input");
+    ExpectRefused(R"({"inputs": {"a": {"file": "a\u0000.png"}}})",
+                  "inputs/a: file: no file's name holds the character U+0000");
 }
 
 TEST_F(GraphFile, AFileThatIsNoMapIsRefused) {

@@ -24,7 +24,7 @@ std::unique_ptr<CValueMap> Parse(const std::string& text) {
     try {
         return MapFromJson(text, "x.json");
     } catch (const CFileError& failure) {
-        ADD_FAILURE() << failure.Message();
+        ADD_FAILURE() << failure.what();
         return std::make_unique<CValueMap>();
     }
 }
@@ -34,7 +34,7 @@ std::string ParseError(const std::string& text) {
         MapFromJson(text, "x.json");
         return "";
     } catch (const CFileError& failure) {
-        return failure.Message();
+        return failure.what();
     }
 }
 
@@ -43,7 +43,7 @@ std::string TextError(const CValueMap& map) {
         Text(map);
         return "";
     } catch (const CFileError& failure) {
-        return failure.Message();
+        return failure.what();
     }
 }
 

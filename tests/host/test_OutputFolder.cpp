@@ -1,7 +1,7 @@
 #include "OutputFolder.h"
 
+#include "Errors.h"
 #include "ProgramTest.h"
-#include "ValueFile.h"
 
 #include <functional>
 
@@ -14,7 +14,7 @@ std::string FailureOf(const std::function<void()>& work) {
     try {
         work();
     } catch (const CFileError& failure) {
-        return failure.Message();
+        return failure.what();
     }
     return "none";
 }

@@ -202,6 +202,10 @@ TEST_F(PngFile, RefusesWhatItCantHold) {
     named->Attributes().SetEntry("name", new QUOR::CValueLong(1));
     EXPECT_EQ(WriteError("a.png", *named),
               "a.png: PNG can't hold the image's attributes (the first one is 'name'): TIFF can");
+    named->Attributes().Clear();
+    named->Attributes().SetEntry(QUOR::CValue_Key(std::string("a\0b", 3)), new QUOR::CValueLong(1));
+    EXPECT_EQ(WriteError("a.png", *named),
+              "a.png: PNG can't hold the image's attributes (the first one is 'a\\x00b'): TIFF can");
     EXPECT_EQ(
         WriteError("a.png", *MakeImage<std::uint8_t>(QUOR::IMAGE_BINARY_BG, CSize(3, 2), {0, 1, 1, 0, 1, 255})),
         "a.png: element (2, 1) of the IMAGE_BINARY_BG image is 255: PNG holds 0 and 1 only, TIFF holds any value");
@@ -284,7 +288,7 @@ TEST_F(PngFile, OtherLevelsAreRefused) {
             WriteValue(Path("a.png"), QUOR::CValuePointer<CImage>(image.get()), {.pngLevel = level});
             ADD_FAILURE() << level;
         } catch (const CFileError& failure) {
-            EXPECT_EQ(failure.Message(),
+            EXPECT_EQ(failure.what(),
                       Path("a.png") + ": the compression level of PNG is 0 to 9, not " + std::to_string(level));
         }
     }

@@ -78,7 +78,7 @@ template <class Work> std::string FailureText(const Work& work) {
         work();
         return "";
     } catch (const CFileError& failure) {
-        return failure.Message();
+        return failure.what();
     }
 }
 

@@ -221,6 +221,8 @@ TEST_F(TiffFile, OurDescriptionMustFitThePixels) {
               "a.tif: the description tells of the type \"IMAGE_GREY_F" + types);
     EXPECT_EQ(error(vessa(R"("type": "grey", "dimensions": 2, "attributes": {})")),
               "a.tif: the description tells of the type \"grey" + types);
+    EXPECT_EQ(error(vessa(R"("type": "a\u0000\n", "dimensions": 2, "attributes": {})")),
+              "a.tif: the description tells of the type \"a\\x00\\x0a" + types);
     EXPECT_EQ(error(vessa("")), "a.tif: the description tells of the type \"" + types);
     EXPECT_EQ(error(R"({"vessa": 3})"), "a.tif: the description tells of the type \"" + types);
     EXPECT_EQ(error(vessa(R"("type": "IMAGE_GREY_8", "dimensions": 4, "attributes": {})")),

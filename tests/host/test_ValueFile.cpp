@@ -73,8 +73,8 @@ TEST_F(ValueFile, OnlyTheEndingTellsTheFormatOfAFile) {
         StageValue(Path("a.png"), value, {.format = EnFormat::Png});
         ADD_FAILURE();
     } catch (const CFileError& failure) {
-        EXPECT_EQ(failure.Message(), Path("a.png") + ": the name's ending tells the format: another one can be chosen "
-                                                     "for standard output only");
+        EXPECT_EQ(failure.what(), Path("a.png") + ": the name's ending tells the format: another one can be chosen "
+                                                  "for standard output only");
     }
     EXPECT_TRUE(Names().empty());
 }
