@@ -5,8 +5,7 @@
 #include "ValueFile.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <exception>
+#include <new>
 
 using namespace QUOR;
 
@@ -60,9 +59,9 @@ private:
             node.NodeInit();
             node.Run();
             return true;
-        } catch (const CException&) {
-            return false;
-        } catch (const std::exception&) { // of a node that lets the standard library's through
+        } catch (const std::bad_alloc&) { // tells nothing of the type
+            throw;
+        } catch (...) { // a plug-in may raise anything
             return false;
         }
     }

@@ -21,8 +21,8 @@ namespace vessa {
 
 namespace {
 
-/// Moves bytes by `transfer`, `pread` or `pwrite`, which may move fewer than asked for, until all are moved, none are
-/// left, or it fails.
+/// Moves bytes by `transfer`, which is called as `pread` and `pwrite` are and may move fewer than asked for, until all
+/// are moved, none are left, or it fails.
 template <class Byte, class Transfer>
 std::size_t MoveAll(const Transfer& transfer, int handle, std::uint64_t offset, Byte* data,
                     std::size_t count) noexcept {
@@ -175,17 +175,14 @@ ssize_t ReadStream(int handle, void* data, std::size_t count) noexcept {
 
 bool WriteStream(int handle, const void* data, std::size_t count) noexcept {
     const CNoPipeSignal quiet;
-    const auto* rest = static_cast<const unsigned char*>(data);
-    while (count > 0) {
-        const ssize_t written = ::write(handle, rest, count);
-        if (written < 0 && !Awaited(handle, POLLOUT)) {
-            return false;
-        }
-        const auto done = static_cast<std::size_t>(std::max<ssize_t>(written, 0));
-        rest += done;
-        count -= done;
-    }
-    return true;
+    const auto write = [](int stream, const void* rest, std::size_t bytes, off_t /*offset*/) noexcept {
+        ssize_t written = 0;
+        do {
+            written = ::write(stream, rest, bytes);
+        } while (written < 0 && Awaited(stream, POLLOUT));
+        return written;
+    };
+    return MoveAll(write, handle, 0, static_cast<const unsigned char*>(data), count) == count;
 }
 
 } // namespace vessa

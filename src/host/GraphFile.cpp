@@ -1,6 +1,7 @@
 #include "GraphFile.h"
 
 #include "Errors.h"
+#include "InputFile.h"
 #include "JsonValue.h"
 #include "NodeParameters.h"
 #include "Text.h"
@@ -26,13 +27,14 @@ public:
 
     StGraph Read(const CValueMap& map) {
         RequireKeys(map, {"$schema", "description", "inputs", "nodes", "outputs"});
-        ForEach(map, "inputs", [&](const std::string& name, const CValue& value) { AddInput(name, value); });
+        ForEach(map, "inputs", [&](const CValue_Key& key, const CValue& value) { AddInput(JsonFromKey(key), value); });
         const auto& nodes = Sub(map, "nodes");
-        ForEach(map, "nodes", [&](const std::string& name, const CValue& value) { AddNode(name, value); });
+        ForEach(map, "nodes", [&](const CValue_Key& key, const CValue& value) { AddNode(JsonFromKey(key), value); });
         for (StGraphNode& node : m_graph.nodes) {
             InTheNameOf("nodes/" + node.name, [&] { Wire(node, *nodes.Entry(CValue_Key(node.name), true)->Map()); });
         }
-        ForEach(map, "outputs", [&](const std::string& name, const CValue& value) { AddOutput(name, value); });
+        ForEach(map, "outputs",
+                [&](const CValue_Key& key, const CValue& value) { AddOutput(JsonFromKey(key), value); });
         if (m_graph.nodes.empty() || m_graph.outputs.empty()) {
             throw CUseError(std::string(m_graph.nodes.empty() ? "nodes" : "outputs") + ": there are none");
         }
@@ -66,7 +68,7 @@ private:
             throw CUseError("the key 'node' is missing, which names the kind of node");
         }
         const std::string kind = InTheNameOf("node", [&] {
-            const std::string text = TextOf(*map.Entry("node", true));
+            std::string text = TextOf(*map.Entry("node", true));
             Learn(text);
             return text;
         });
@@ -92,22 +94,27 @@ private:
     void PlaceParameters(const CValueMap& map, const StGraphNode& node) {
         CValueMap& parameters = *node.parameters;
         PlaceDefaults(*node.description, parameters);
-        ForEach(map, "parameters", [&](const std::string& key, const CValue& value) {
-            const StParameter* parameter = FindParameter(*node.description, key);
+        ForEach(map, "parameters", [&](const CValue_Key& key, const CValue& value) {
+            const StParameter* parameter = Declared(*node.description, key);
             if (parameter == nullptr) {
-                throw CUseError("unknown parameter" + NearestHint(key, ParameterKeys(*node.description)) +
+                throw CUseError("unknown parameter" + NearestHint(JsonFromKey(key), ParameterKeys(*node.description)) +
                                 "; a key that isn't declared belongs into 'set'");
             }
             PlaceParameter(*parameter, value, parameters);
         });
-        ForEach(map, "set", [&](const std::string& key, const CValue& /*value*/) {
-            if (FindParameter(*node.description, key) != nullptr) {
+        ForEach(map, "set", [&](const CValue_Key& key, const CValue& /*value*/) {
+            if (Declared(*node.description, key) != nullptr) {
                 throw CUseError("the key is declared, so that it belongs into 'parameters'");
             }
         });
         for (const auto& [key, value] : Sub(map, "set")) { // a key may be a number
             parameters.SetEntry(key, value->Clone(EnTfOwnership::Copy));
         }
+    }
+
+    /// The declared parameter of this key; null for one that isn't declared, and for a number.
+    static const StParameter* Declared(const StNodeDescription& node, const CValue_Key& key) {
+        return key.IsText() ? FindParameter(node, key.Text()) : nullptr;
     }
 
     static std::vector<std::string> ParameterKeys(const StNodeDescription& node) {
@@ -253,14 +260,9 @@ private:
     /// Calls `work` with each entry of the map under `key`, and puts its place before what is raised.
     template <class Work> static void ForEach(const CValueMap& map, const std::string& key, const Work& work) {
         for (const auto& [name, value] : Sub(map, key)) {
-            InTheNameOf(key + "/" + NameOf(name),
-                        [&, &entry = *value, &entryName = name] { work(NameOf(entryName), entry); });
+            InTheNameOf(key + "/" + JsonFromKey(name),
+                        [&, &entry = *value, &entryName = name] { work(entryName, entry); });
         }
-    }
-
-    /// A key as it stands in the file.
-    static std::string NameOf(const CValue_Key& key) {
-        return key.IsIndex() ? "$int:" + std::to_string(key.Index()) : std::string(key.Text());
     }
 
     /// The map under `key`; an empty one stands for an absent entry.
@@ -287,7 +289,7 @@ private:
     /// Checks that a map has no keys but `known`, and that those for people and editors are texts.
     static void RequireKeys(const CValueMap& map, const std::vector<std::string>& known) {
         for (const auto& [key, value] : map) {
-            const std::string name = NameOf(key);
+            const std::string name = JsonFromKey(key);
             if (std::find(known.begin(), known.end(), name) == known.end()) {
                 throw CUseError("unknown key '" + name + "'" + NearestHint(name, known));
             }
@@ -304,23 +306,23 @@ private:
     std::map<std::string, std::shared_ptr<const StNodeDescription>> m_descriptions;
 };
 
-/// Refuses a file that is far larger than any graph: what is made of it takes a hundred times its bytes.
-void RequireGraphSize(const std::string& file) {
-    constexpr std::uintmax_t most = std::uintmax_t{1} << 24; // some 200000 nodes
-    std::error_code failure;                                 // of what isn't there and of standard input
-    const std::uintmax_t size = fs::file_size(file, failure);
-    if (!failure && size > most) {
-        throw CUseError(file + ": it has " + std::to_string(size) + " bytes, and a graph has " + std::to_string(most) +
-                        " at the most");
+/// The value of a graph's file. One that is far larger than any graph is refused: what is made of it takes a hundred
+/// times its bytes.
+std::unique_ptr<CValue> ReadGraphValue(const std::string& file) {
+    constexpr std::uint64_t most = std::uint64_t{1} << 24; // some 200000 nodes
+    const CInputFile input(file, most);
+    if (input.Size() > most) {
+        throw CUseError(input.Name() + ": it has more than the " + std::to_string(most) +
+                        " bytes that a graph has at the most");
     }
+    return ReadValue(input, {});
 }
 
 } // namespace
 
 StGraph ReadGraph(const std::string& file, CModules& modules) {
     CheckInputFile(file);
-    RequireGraphSize(file);
-    const std::unique_ptr<CValue> value = ReadValue(file, {});
+    const std::unique_ptr<CValue> value = ReadGraphValue(file);
     return InTheNameOf(file, [&] {
         if (value->GenericType() != EnValType::Map) {
             throw CUseError("a graph is a .json file");

@@ -44,8 +44,8 @@ CHandle OpenNamed(const std::string& name) {
     FailToRead(kStandardInput, "it can't be copied to the folder for temporary files: " + SystemMessage(errno));
 }
 
-/// What comes through standard input until it ends.
-CHandle CopyOfStandardInput() {
+/// What comes through standard input until it ends, or is more than `mostCopied` bytes.
+CHandle CopyOfStandardInput(std::uint64_t mostCopied) {
     const std::size_t most = QUOR::ImageMemoryLimit();
     CHandle copy = OpenTemporary();
     if (!copy.IsOpen()) {
@@ -53,13 +53,13 @@ CHandle CopyOfStandardInput() {
     }
     std::vector<unsigned char> chunk(kChunk);
     std::size_t size = 0;
-    for (;;) {
+    while (size <= mostCopied) {
         const ssize_t got = ReadStream(STDIN_FILENO, chunk.data(), chunk.size());
         if (got < 0) {
             FailToRead(kStandardInput, SystemMessage(errno));
         }
         if (got == 0) {
-            return copy;
+            break;
         }
         const auto count = static_cast<std::size_t>(got);
         if (count > most - size) {
@@ -71,10 +71,11 @@ CHandle CopyOfStandardInput() {
         }
         size += count;
     }
+    return copy;
 }
 
 /// Standard input as a file: itself if it is one that nobody has begun to read.
-CHandle OpenStandardInput() {
+CHandle OpenStandardInput(std::uint64_t mostCopied) {
     if (::isatty(STDIN_FILENO) != 0) {
         throw CFileError(std::string(kStandardInput) + " is a terminal: a file or a pipe is needed");
     }
@@ -85,14 +86,14 @@ CHandle OpenStandardInput() {
     if (!S_ISREG(mode) && !S_ISFIFO(mode) && !S_ISSOCK(mode)) {
         FailToRead(kStandardInput, "it is " + KindOfFile(mode) + ", a file or a pipe is needed");
     }
-    return CopyOfStandardInput();
+    return CopyOfStandardInput(mostCopied);
 }
 
 } // namespace
 
-CInputFile::CInputFile(const std::string& name)
+CInputFile::CInputFile(const std::string& name, std::uint64_t mostCopied)
     : m_name(name == kStandardStream ? kStandardInput : name),
-      m_handle(name == kStandardStream ? OpenStandardInput() : OpenNamed(name)),
+      m_handle(name == kStandardStream ? OpenStandardInput(mostCopied) : OpenNamed(name)),
       m_size(static_cast<std::uint64_t>(StatusOf(m_name, m_handle.Number()).st_size)) {}
 
 std::size_t CInputFile::Read(std::uint64_t offset, void* data, std::size_t count) const noexcept {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 
 namespace vessa {
@@ -17,8 +18,9 @@ inline constexpr const char* kStandardInput = "standard input";
 /// be read in any order. The limit for the images' memory is one for the copy.
 class CInputFile {
 public:
-    /// Raises a `CFileError` if there is no such file or it can't be read.
-    explicit CInputFile(const std::string& name);
+    /// Raises a `CFileError` if there is no such file or it can't be read. The copy of a pipe ends once it has more
+    /// than `mostCopied` bytes, for those who refuse that.
+    explicit CInputFile(const std::string& name, std::uint64_t mostCopied = std::numeric_limits<std::uint64_t>::max());
 
     /// The file's name, or "standard input".
     const std::string& Name() const { return m_name; }

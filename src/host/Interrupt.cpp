@@ -7,7 +7,15 @@ namespace {
 std::atomic<int> s_signal{0};
 static_assert(std::atomic<int>::is_always_lock_free, "a signal's handler may set it");
 
-void Take(int signal) { s_signal = signal; }
+/// Notes the first signal. The second one ends the program, as if nobody had taken it: it comes again once this has
+/// returned.
+void Take(int signal) {
+    int none = 0;
+    if (!s_signal.compare_exchange_strong(none, signal)) {
+        ::signal(signal, SIG_DFL);
+        ::raise(signal);
+    }
+}
 
 } // namespace
 
@@ -15,7 +23,6 @@ CInterruptGuard::CInterruptGuard() {
     s_signal = 0;
     struct sigaction action {};
     action.sa_handler = &Take;
-    action.sa_flags = static_cast<int>(SA_RESETHAND); // the second one ends the program
     for (std::size_t index = 0; index < kSignals.size(); ++index) {
         ::sigaction(kSignals[index], nullptr, &m_before[index]);
         if (m_before[index].sa_handler != SIG_IGN) { // as under nohup

@@ -8,8 +8,8 @@
 namespace vessa {
 
 /// Takes the signals that ask a program to end (SIGINT, SIGTERM, SIGHUP) while it lives, so that work can be given up
-/// in order. At a second signal the program ends at once. Signals that are ignored stay so. Only one may live at a
-/// time.
+/// in order. At a second one of them, the same or another, the program ends at once. Signals that are ignored stay so.
+/// Only one may live at a time.
 class CInterruptGuard {
 public:
     CInterruptGuard();

@@ -177,6 +177,7 @@ const StParameter* FindParameter(const StNodeDescription& node, const std::strin
 }
 
 bool HasOption(const StParameter& parameter) {
+    // Descriptions are read without a parser: a test compares these with the options that it has.
     constexpr std::array<std::string_view, 10> common{"help",       "input",     "output", "plugin", "set",
                                                       "max-memory", "png-level", "format", "timing", "dry-run"};
     const std::string& key = parameter.key;

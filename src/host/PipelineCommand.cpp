@@ -165,13 +165,9 @@ void PipelineCommand(const StContext& context, const Arguments& arguments) {
                            "one that fails is told of and passed over.");
     StPipelineArguments said;
     AddPipelineOptions(parser, said);
-    parser.Parse(arguments);
-    if (parser.WantsHelp()) {
-        context.out << parser.Help();
-        return;
+    if (parser.ParseAll(arguments, context.out)) {
+        RunPipeline(context, said);
     }
-    parser.RefuseRest();
-    RunPipeline(context, said);
 }
 
 void CompletePipeline(const StContext& context, const Arguments& before, CCompletion& completion) {

@@ -149,12 +149,12 @@ public:
         AddRunOptions(parser, m_said);
         const std::vector<CLI::Option*> options = AddParameterOptions(parser.App(), *node.description);
         parser.Parse(arguments);
+        parser.RefuseRest();
         if (parser.WantsHelp()) {
             m_context.out << HelpText(*node.description, parser.OptionsHelp() + TypesHelp(m_context.width),
                                       Example(m_context.places, *node.description), m_context.Style());
             return false;
         }
-        parser.RefuseRest();
         node.name = name;
         node.label = name;
         node.make = [&modules = m_modules, name] { return modules.Make(name).node; };
@@ -252,11 +252,11 @@ void RunChain(const StContext& context, const StGraph& graph, const StRunArgumen
     StRunOptions options;
     options.write = WriteOptions(said);
     CheckFiles(graph, files, options.write);
+    const CLimitedMemory limited(said); // a dry run refuses what a run does
     if (said.dryRun) {
         context.out << PlanText(graph, files);
         return;
     }
-    const CLimitedMemory limited(said);
     const CNodesTalkAside aside(files.outputs);
     const StGraphTimes times = RunGraph(graph, files, options);
     if (said.timing) {

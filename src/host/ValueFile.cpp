@@ -238,15 +238,22 @@ std::optional<EnFormat> FormatOf(const std::string& file) {
 }
 
 std::unique_ptr<CValue> ReadValue(const std::string& file, const StReadOptions& options) {
-    return WithFileErrors(Shown(file, kStandardInput), [&]() -> std::unique_ptr<CValue> {
-        const bool isStream = file == kStandardStream;
-        const EnFormat told = isStream ? EnFormat() : FormatOfEnding(file); // before the file is looked for
-        const CInputFile input(file);
-        const StFormat& format = Entry(isStream ? FormatOfContent(input) : told);
-        if (format.images == nullptr) {
-            return ReadMap(input, options);
+    return WithFileErrors(Shown(file, kStandardInput), [&] {
+        if (file != kStandardStream) {
+            static_cast<void>(FormatOfEnding(file)); // refused before the file is looked for
         }
-        auto image = format.images->read(input, options);
+        return ReadValue(CInputFile(file), options);
+    });
+}
+
+std::unique_ptr<CValue> ReadValue(const CInputFile& file, const StReadOptions& options) {
+    return WithFileErrors(file.Name(), [&]() -> std::unique_ptr<CValue> {
+        const auto told = FormatOf(file.Name());
+        const StFormat& format = Entry(told ? *told : FormatOfContent(file));
+        if (format.images == nullptr) {
+            return ReadMap(file, options);
+        }
+        auto image = format.images->read(file, options);
         auto value = std::make_unique<QUOR::CValueOwnedPointer<CImage>>(image.get());
         static_cast<void>(image.release()); // the value owns it
         return value;

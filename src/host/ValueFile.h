@@ -56,6 +56,9 @@ const std::vector<QUOR::IImage::CType>& AllTypes();
 /// The value in a file: a `CValueOwnedPointer<CImage>`, or a `CValueMap` for JSON.
 std::unique_ptr<QUOR::CValue> ReadValue(const std::string& file, const StReadOptions& options);
 
+/// The same of a file that is open: its first bytes tell the format if its name doesn't.
+std::unique_ptr<QUOR::CValue> ReadValue(const CInputFile& file, const StReadOptions& options);
+
 /// Writes an image or a map whole, but not to its place yet: `Commit` moves the file there, and without it nothing of
 /// it remains. The value isn't needed any more then.
 std::unique_ptr<COutputFile> StageValue(const std::string& file, const QUOR::CValue& value,

@@ -160,6 +160,18 @@ TEST_F(GraphFile, KeysThatAreNumbersStayNumbers) {
                   "outputs/$int:5: a name has letters, digits, '_' and '-' only");
 }
 
+TEST_F(GraphFile, KeysAreNamedAsTheyStandInTheFile) {
+    const std::string noName = ": a name has letters, digits, '_' and '-' only";
+    ExpectRefused(R"({"$$a": 1})", "unknown key '$$a', the nearest one is '$schema'");
+    ExpectRefused(R"({"$int:5": 1})", "unknown key '$int:5', the nearest one is 'inputs'");
+    ExpectRefused(R"({"inputs": {"$$a": {}}})", "inputs/$$a" + noName);
+    ExpectRefused(R"({"inputs": {"$$$a": {}}})", "inputs/$$$a" + noName);
+    ExpectRefused(R"({"inputs": {"$schema": {}}})", "inputs/$schema" + noName);
+    ExpectNodeRefused(R"("parameters": {"$$a": 1})",
+                      "nodes/n: parameters/$$a: unknown parameter, the nearest one is 'set'; a key that isn't "
+                      "declared belongs into 'set'");
+}
+
 TEST_F(GraphFile, NullLeavesAnInputEmpty) {
     const StGraph graph = Read(R"({"inputs": {"a": {}}, "nodes": {"n": {"node": "Probe", "inputs": [null, null]},
                                    "e": {"node": "Extract", "inputs": ["a", null]}}, "outputs": {"o": "n", "p": "e"}})");
@@ -231,6 +243,8 @@ TEST_F(GraphFile, NamesAndKindsOfEntriesAreChecked) {
     ExpectRefused(R"({"$schema": 3})", "$schema: a text is needed, not a long");
     ExpectRefused(R"({"inputs": {"a": {"description": []}}})", "inputs/a: description: a text is needed, not a vector");
     ExpectRefused(R"({"inputs": {"a": {"file": 3}}})", "inputs/a: file: a text is needed, not a long");
+    ExpectRefused(R"({"inputs": {"a": {"file": "a\u0000.png"}}})",
+                  "inputs/a: file: no file's name holds the character U+0000");
     ExpectRefused(R"({"inputs": {"a.b": {}}})", "inputs/a.b: a name has letters, digits, '_' and '-' only");
     ExpectRefused(R"({"inputs": {"": {}}})", "inputs/: a name has letters, digits, '_' and '-' only");
     ExpectRefused(R"({"inputs": {"a": {}}, "nodes": {"a": {"node": "Silent"}}})",
@@ -243,8 +257,6 @@ TEST_F(GraphFile, NamesAndKindsOfEntriesAreChecked) {
     ExpectRefused("{}", "nodes: there are none");
     ExpectRefused(R"({"inputs": {"a": {}}, "nodes": {"n": {"node": "Silent"}}, "outputs": {"o": "n"}})",
                   "inputs/a: no node and no output takes this input");
-    ExpectRefused(R"({"inputs": {"a": {"file": "a\u0000.png"}}})",
-                  "inputs/a: file: no file's name holds the character U+0000");
 }
 
 TEST_F(GraphFile, AFileThatIsNoMapIsRefused) {

@@ -93,7 +93,6 @@ TEST(HostileFiles, TextsOfAnySizeAndDepthAreToldOfInOneLine) {
     folder.Write("key.json", "{\"" + letters + "\": 1}");
     folder.Write("number.json", "{\"a\": " + std::string(5000000, '1') + "}");
     folder.Write("path.json", "{\"" + letters + "\": [null, 99999999999]}");
-    folder.Write("large.json", "{" + std::string(20000000, ' ') + "}");
     const auto told = [&](const char* name) {
         const StResult result = RunBuilt(folder.Path(), {"pipeline", name, "-o", "o=o.png"});
         EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << name;
@@ -106,7 +105,30 @@ TEST(HostileFiles, TextsOfAnySizeAndDepthAreToldOfInOneLine) {
     EXPECT_TRUE(told("key.json").starts_with("vessa: key.json: unknown key 'xxxx"));
     EXPECT_TRUE(told("number.json").starts_with("vessa: number.json: no valid JSON in line 1, column 5000006: "));
     EXPECT_TRUE(told("path.json").starts_with("vessa: path.json: the entry xxxx"));
-    EXPECT_EQ(told("large.json"), "vessa: large.json: it has 20000002 bytes, and a graph has 16777216 at the most\n");
+}
+
+TEST(HostileFiles, AGraphHasALimitWhereverItComesFrom) {
+    const CTestFolder folder;
+    const std::string graph = R"({"nodes": {"n": {"node": "Flip", "inputs": [null]}}, "outputs": {"o": "n"}})";
+    const std::string blanks((std::size_t{1} << 24) - graph.size(), ' ');
+    folder.Write("most.json", graph + blanks);
+    folder.Write("large.json", graph + blanks + " ");
+    const auto told = [&](const std::string& before, const std::string& file) {
+        const int status = Shell(folder, before + "vessa pipeline " + file + " -n -o o=o.png > plan 2> talk");
+        return StResult{status, TextOf(folder / "plan"), TextOf(folder / "talk")};
+    };
+    const StResult planned{0, "run    n (Flip) on none\nwrite  o.png from n\n", ""};
+    EXPECT_EQ(told("", "most.json"), planned);
+    EXPECT_EQ(told("", "- < most.json"), planned);
+    EXPECT_EQ(told("cat most.json | ", "-"), planned);
+    const auto refused = [](const std::string& name) {
+        return StResult{2, "",
+                        "vessa: " + name + ": it has more than the 16777216 bytes that a graph has at the most\n"};
+    };
+    EXPECT_EQ(told("", "large.json"), refused("large.json"));
+    EXPECT_EQ(told("", "- < large.json"), refused("standard input"));
+    EXPECT_EQ(told("cat large.json | ", "-"), refused("standard input"));
+    EXPECT_EQ(told("{ echo '{'; yes; } | ", "-"), refused("standard input")) << "it doesn't end";
 }
 
 TEST(HostileFiles, TheValuesOfAMapCountAgainstTheLimitOfMemory) {

@@ -77,11 +77,29 @@ TEST(HostileModules, ADescriptionOfWrongKindsIsReadAsFarAsItGoes) {
     EXPECT_EQ(RunHostile("SetupOdd", {"-i", kImage}), WrongUse("SetupOdd: 1 input given, but the node has 0"));
 }
 
+/// A graph writes a '$' that a key begins with twice.
+TEST(HostileModules, AGraphReachesParametersWithADollar) {
+    const CTestFolder folder;
+    const auto plan = [&](const std::string& entries) {
+        folder.Write("g.json", R"({"nodes": {"n": {"node": "SetupOdd", )" + entries + R"(}}, "outputs": {"o": "n"}})");
+        return RunHere({"pipeline", folder / "g.json", "-o", "o=o.png", "-n", "--plugin", HOSTILE_NODES});
+    };
+    const std::string place = (folder / "g.json") + ": nodes/n: ";
+    EXPECT_EQ(plan(R"("parameters": {"$$cost": 2})"),
+              (StResult{0, "run    n (SetupOdd) with $cost=2\nwrite  o.png from n\n", ""}));
+    EXPECT_EQ(plan(R"("parameters": {"$$cost": "2"})"),
+              WrongUse(place + "parameters/$$cost: a string, but the parameter is a long"));
+    EXPECT_EQ(plan(R"("set": {"$$cost": 2})"),
+              WrongUse(place + "set/$$cost: the key is declared, so that it belongs into 'parameters'"));
+    EXPECT_EQ(plan(R"("parameters": {"$int:1": 2})").status, 2);
+}
+
 TEST(HostileModules, WhatANodeRaisesIsToldWithItsName) {
     EXPECT_EQ(RunHostile("InitRaises"), Failed("InitRaises: not in the mood"));
     EXPECT_EQ(RunHostile("RunRaisesNumber"), Failed("RunRaisesNumber: a failure of unknown kind"));
     EXPECT_EQ(RunHostile("RunRaisesText"), Failed("RunRaisesText: a failure of unknown kind"));
     EXPECT_EQ(RunHostile("RunRaisesStandard"), Failed("RunRaisesStandard: too far"));
+    EXPECT_EQ(RunHostile("RunRaisesBadAlloc"), Failed("RunRaisesBadAlloc: the memory does not suffice"));
 }
 
 TEST(HostileModules, AnOutputOfAnotherKindIsRefused) {

@@ -114,6 +114,17 @@ TEST(Chain, DryRunShowsThePlanAndDoesNothing) {
     EXPECT_EQ(folder.Files(), "");
 }
 
+TEST(Chain, DryRunRefusesWhatARunDoes) {
+    const CTestFolder folder;
+    folder.Write("g.json", R"({"nodes": {"n": {"node": "Silent"}}, "outputs": {"o": "n"}})");
+    const StResult refused =
+        WrongUse("--max-memory: 'nonsense' is no size: a number of bytes, or one of K, M, G or T as in 512M or 1.5GiB, "
+                 "where K is 1024 bytes and each next one 1024 times as much");
+    EXPECT_EQ(RunWith({"run", "Flip", "-i", "a.png", "-o", "b.png", "--dry-run", "--max-memory", "nonsense"}), refused);
+    EXPECT_EQ(RunWith({"pipeline", folder / "g.json", "-o", "o=b.png", "--dry-run", "--max-memory", "nonsense"}),
+              refused);
+}
+
 TEST(Chain, TimingIsTold) {
     const CTestFolder folder;
     const StResult result = RunWith({"run", "Flip", "-i", kPicture, "-o", folder / "o.png", "--timing"});

@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <sstream>
 
 namespace vessa::test {
@@ -66,6 +67,20 @@ TEST(Program, RefusesWrongUse) {
     EXPECT_EQ(RunHere({"describe", "Flip", "--plugin"}), WrongUse("--plugin: its value is missing"));
     EXPECT_EQ(RunHere({"run"}), WrongUse("NODE is required: see 'vessa run --help'"));
     EXPECT_EQ(RunHere({"run", "Flup", "--help"}), WrongUse("unknown node 'Flup', the nearest one is 'Flip'"));
+}
+
+TEST(Program, HelpExcusesNoUnknownOption) {
+    for (const std::vector<std::string>& command :
+         std::vector<std::vector<std::string>>{{"list"}, {"describe", "Flip"}, {"pipeline", "g.json"}, {"doc", "d"}}) {
+        std::vector<std::string> arguments = command;
+        arguments.insert(arguments.end(), {"--help", "--bogus"});
+        const StResult result = RunHere(arguments);
+        EXPECT_EQ(result.status, 2) << result;
+        EXPECT_EQ(result.out, "");
+        EXPECT_TRUE(result.err.starts_with("vessa: unknown option '--bogus', the nearest one is '--")) << result;
+    }
+    EXPECT_EQ(RunHere({"run", "Flip", "--help", "--flip_w"}),
+              WrongUse("Flip: unknown option '--flip_w', the nearest one is '--flip_x'"));
 }
 
 TEST(Program, ListsNodesByModule) {
@@ -196,6 +211,34 @@ TEST(Program, JsonHoldsTheWholeMap) {
               R"(moves by \\a offset_x elements.\nBy default it is set to \\a 0."},"$value":0},)"
               R"("ratio":{"$meta":{"visible_if_rpn":"offset_x 0 >"},"$value":0.5},)"
               R"("set":7,"slice-wise":true,"title":""})");
+}
+
+/// The long names of the options that a help lists, as in "  -i,--input FILE   ...".
+std::set<std::string> LongOptions(const std::string& help) {
+    std::set<std::string> names;
+    std::istringstream lines(help);
+    for (std::string line; std::getline(lines, line);) {
+        const std::string option = line.substr(0, line.find(' ', 2));
+        if (const std::size_t begin = option.find("--"); line.starts_with("  -") && begin != std::string::npos) {
+            names.insert(option.substr(begin + 2));
+        }
+    }
+    return names;
+}
+
+TEST(Program, NoParameterTakesTheOptionOfEveryRun) {
+    const std::set<std::string> common = LongOptions(RunHere({"run", "--help"}).out);
+    EXPECT_EQ(common, (std::set<std::string>{"dry-run", "format", "help", "input", "max-memory", "output", "plugin",
+                                             "png-level", "set", "timing"}));
+    StParameter parameter;
+    for (const std::string& name : common) {
+        parameter.key = name;
+        EXPECT_FALSE(HasOption(parameter)) << name;
+    }
+    for (const char* name : {"inputs", "in", "n", "flip_x", "pngLevel"}) {
+        parameter.key = name;
+        EXPECT_TRUE(HasOption(parameter)) << name;
+    }
 }
 
 TEST(Program, HelpOfANodeNamesEverything) {

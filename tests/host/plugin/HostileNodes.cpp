@@ -4,6 +4,7 @@
 
 #include <array>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string_view>
 
@@ -41,6 +42,7 @@ class CSetupOdd : public CIdle {
         setup.SetEntry("keywords", new CValueMap);
         setup.SetEntry("parameters/", new CValueBool(true));
         setup.SetEntry("parameters/a b\n", new CValueBool(true));
+        setup.SetEntry("parameters/$cost", new CValueLong(1));
         setup.SetEntry("parameters/map", new CValueMap);
         setup.SetEntry("parameters/pointer", new CValueOwnedPointer<CImage>(nullptr, 1));
         setup.SetEntry("parameters/vector", new CValueVector);
@@ -70,6 +72,10 @@ class CRunRaisesText : public CIdle {
 
 class CRunRaisesStandard : public CIdle {
     void Run() override { throw std::out_of_range("too far"); }
+};
+
+class CRunRaisesBadAlloc : public CIdle {
+    void Run() override { throw std::bad_alloc(); }
 };
 
 /// A node whose output is no image, whatever its description tells.
@@ -108,6 +114,7 @@ constexpr std::array kEntries{StEntry{"SetupEmpty", &Make<CSetupEmpty>},
                               StEntry{"RunRaisesNumber", &Make<CRunRaisesNumber>},
                               StEntry{"RunRaisesText", &Make<CRunRaisesText>},
                               StEntry{"RunRaisesStandard", &Make<CRunRaisesStandard>},
+                              StEntry{"RunRaisesBadAlloc", &Make<CRunRaisesBadAlloc>},
                               StEntry{"GivesNumber", &Make<CGives<StNumber>>},
                               StEntry{"GivesMap", &Make<CGives<StMap>>},
                               StEntry{"GivesOtherPointer", &Make<CGives<StOtherPointer>>},
