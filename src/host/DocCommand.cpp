@@ -33,7 +33,7 @@ private:
     std::streambuf* m_before;
 };
 
-std::string PictureName(const std::string& file) { return EndsWith(file, ".png") ? file : file + ".png"; }
+std::string PictureName(const std::string& file) { return EndsWithAnyCase(file, ".png") ? file : file + ".png"; }
 
 /// Makes the files of the documentation.
 class CDocBuilder {

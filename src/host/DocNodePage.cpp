@@ -171,15 +171,21 @@ std::string KeywordsHtml(const StNodeDescription& node) {
     return items.empty() ? "" : Section("Keywords", ElementBlock("ul", {{"class", "keywords"}}, items));
 }
 
-/// The node of this name, in any case of letters if `anyCase`; null if there is none.
+/// The node of this name in a group, in any case of letters if `anyCase`; null if there is none.
+const StDocNode* FindNodeIn(const StDocGroup& group, const std::string& name, bool anyCase) {
+    const auto found = std::find_if(group.nodes.begin(), group.nodes.end(), [&](const StDocNode& node) {
+        const std::string& own = node.description.name;
+        return own == name || (anyCase && EqualsAnyCase(own, name));
+    });
+    return found == group.nodes.end() ? nullptr : &*found;
+}
+
+/// The same of all groups.
 const StDocNode* FindNode(const DocCatalogue& catalogue, const std::string& name, bool anyCase) {
     for (const StDocModule& module : catalogue) {
         for (const StDocGroup& group : module.groups) {
-            for (const StDocNode& node : group.nodes) {
-                const std::string& own = node.description.name;
-                if (own == name || (anyCase && own.size() == name.size() && EndsWith(own, name))) {
-                    return &node;
-                }
+            if (const StDocNode* node = FindNodeIn(group, name, anyCase)) {
+                return node;
             }
         }
     }

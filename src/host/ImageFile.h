@@ -37,7 +37,7 @@ std::uint64_t LimitedProduct(std::initializer_list<std::uint64_t> factors);
 void RequirePlausible(const CInputFile& file, const QUOR::CSize& size, const std::string& pixels, std::uint64_t packed,
                       std::uint64_t ratio);
 
-/// The image's type if it is one of the known ones, and of those that `format` holds.
+/// Raises a `CFileError` if `format` holds only images of the `possible` types, and this one is of another.
 void RequireType(const std::string& file, const QUOR::CImage& image, const std::string& format,
                  const ElementTypes& possible);
 /// Raises a `CFileError` if the image has attributes, which only TIFF holds.

@@ -10,7 +10,7 @@ namespace vessa {
 
 /// One run of a graph.
 struct StJob {
-    std::string name; ///< the file, or the stem that its files share; what messages call the job
+    std::string name; ///< the first of its files, by which messages call it; "" unless files are spread over jobs
     StGraphFiles files;
 };
 
@@ -20,7 +20,7 @@ struct StJob {
 /// stands for the stem of the job's files, and must if there are several jobs.
 ///
 /// Raises a `CUseError` for names that the graph doesn't have, inputs and outputs without files, stems that differ or
-/// occur twice, and an output that would replace an input.
+/// occur twice, and an output that would replace an input, and a `CWorkError` for a folder that can't be read.
 std::vector<StJob> PlanJobs(const StGraph& graph, const std::vector<std::string>& inputs,
                             const std::vector<std::string>& outputs);
 

@@ -66,7 +66,11 @@ private:
         Enter();
         Block('[', ']', entries, [this, index = 0](const CValue* value) mutable {
             m_path.push_back(std::to_string(index++));
-            value == nullptr ? Scalar(nullptr) : Value(*value);
+            if (value == nullptr) {
+                Scalar(nullptr);
+            } else {
+                Value(*value);
+            }
             m_path.pop_back();
         });
     }
@@ -297,8 +301,11 @@ private:
     }
 
     bool Enter(std::unique_ptr<QUOR::CValueContainerBase> container, bool isMap) {
-        if (m_levels.empty() ? !isMap : m_levels.back().isDouble) {
-            m_levels.empty() ? FailOfTop() : FailOfDouble();
+        if (m_levels.empty() && !isMap) {
+            FailOfTop();
+        }
+        if (!m_levels.empty() && m_levels.back().isDouble) {
+            FailOfDouble();
         }
         if (m_levels.size() == kMostLevels) {
             throw CFileError(m_where + ": " + kTooDeep);

@@ -58,7 +58,11 @@ void ListCommand(const StContext& context, const Arguments& arguments) {
         return;
     }
     const auto modules = CModules(context.places, said.plugins, context.err).All();
-    said.json ? WriteJson(context.out, modules) : WriteText(context.out, modules);
+    if (said.json) {
+        WriteJson(context.out, modules);
+    } else {
+        WriteText(context.out, modules);
+    }
 }
 
 void CompleteList(const StContext&, const Arguments& before, CCompletion& completion) {

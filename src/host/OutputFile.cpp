@@ -134,7 +134,11 @@ void COutputFile::Prepare() {
 
 void COutputFile::Commit() {
     Prepare();
-    m_place.empty() ? CopyToStandardOutput() : MoveToPlace();
+    if (m_place.empty()) {
+        CopyToStandardOutput();
+    } else {
+        MoveToPlace();
+    }
     RequireWritten();
 }
 

@@ -31,11 +31,9 @@ public:
     /// `kind` names the list. Raises a `CFileError` if the folder can't be made, or what stands there isn't replaced.
     COutputFolder(const std::string& name, const std::string& kind);
 
-    /// Where the files are to be made.
-    const std::filesystem::path& Path() const { return m_folder; }
-    /// Writes a file below `Path()` whole, and makes the folders on its way.
+    /// Writes a file below the folder whole, and makes the folders on its way.
     void Write(const std::filesystem::path& file, const std::string& text) const;
-    /// Makes the folders on the way to a file below `Path()`, and gives its whole name.
+    /// Makes the folders on the way to a file below the folder, and gives the name under which it is to be made.
     std::string Prepare(const std::filesystem::path& file) const;
 
     void Commit();

@@ -130,10 +130,13 @@ std::string Wrap(std::string_view text, std::size_t indent, std::size_t width) {
     return out;
 }
 
-bool EndsWith(std::string_view text, std::string_view ending) {
-    return text.size() >= ending.size() &&
-           std::equal(ending.begin(), ending.end(), text.end() - static_cast<std::ptrdiff_t>(ending.size()),
-                      [](char a, char b) { return LowerCase(a) == LowerCase(b); });
+bool EqualsAnyCase(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char letter, char other) { return LowerCase(letter) == LowerCase(other); });
+}
+
+bool EndsWithAnyCase(std::string_view text, std::string_view ending) {
+    return text.size() >= ending.size() && EqualsAnyCase(text.substr(text.size() - ending.size()), ending);
 }
 
 } // namespace vessa

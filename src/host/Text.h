@@ -37,7 +37,10 @@ struct StTextStyle {
 /// are filled anew; a line that begins with a blank or as an item of a list begins a line here, too.
 std::string Wrap(std::string_view text, std::size_t indent, std::size_t width);
 
-/// True for a text that ends in `ending`, whatever the case of its letters.
-bool EndsWith(std::string_view text, std::string_view ending);
+/// What texts are, whatever the case of their letters.
+/// @{
+bool EqualsAnyCase(std::string_view a, std::string_view b);
+bool EndsWithAnyCase(std::string_view text, std::string_view ending);
+/// @}
 
 } // namespace vessa

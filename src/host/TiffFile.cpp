@@ -405,15 +405,20 @@ StPixels CTiffReader::Pixels() {
 /// behind it would be missing in silence.
 void CTiffReader::RequireWholeDirectory() const {
     const bool big = TIFFIsBigTIFF(m_tiff.get()) != 0;
+    const bool swapped = TIFFIsByteSwapped(m_tiff.get()) != 0;
     const std::uint64_t start = TIFFCurrentDirOffset(m_tiff.get());
     std::uint64_t entries = 0;
     if (big) {
         m_stream.file.ReadAll(start, &entries, sizeof entries);
-        TIFFIsByteSwapped(m_tiff.get()) != 0 ? TIFFSwabLong8(&entries) : void();
+        if (swapped) {
+            TIFFSwabLong8(&entries);
+        }
     } else {
         std::uint16_t count = 0;
         m_stream.file.ReadAll(start, &count, sizeof count);
-        TIFFIsByteSwapped(m_tiff.get()) != 0 ? TIFFSwabShort(&count) : void();
+        if (swapped) {
+            TIFFSwabShort(&count);
+        }
         entries = count;
     }
     const std::uint64_t bytes = big ? 8 + 20 * entries + 8 : 2 + 12 * entries + 4;

@@ -233,7 +233,7 @@ std::string UnknownFormat(const std::string& file) {
 
 std::optional<EnFormat> FormatOf(const std::string& file) {
     const auto* found = std::find_if(kEndings.begin(), kEndings.end(),
-                                     [&](const auto& ending) { return EndsWith(file, ending.first); });
+                                     [&](const auto& ending) { return EndsWithAnyCase(file, ending.first); });
     return found == kEndings.end() ? std::nullopt : std::optional(found->second);
 }
 

@@ -1,8 +1,5 @@
 #include "FileTest.h"
 
-#include <bit>
-#include <limits>
-
 namespace vessa::test {
 namespace {
 

@@ -21,7 +21,11 @@ class CReplacedStream {
 public:
     CReplacedStream(int stream, int file) : m_stream(stream), m_before(::fcntl(stream, F_DUPFD_CLOEXEC, 10)) {
         std::fflush(stdout);
-        file >= 0 ? ::dup2(file, stream) : ::close(stream);
+        if (file >= 0) {
+            ::dup2(file, stream);
+        } else {
+            ::close(stream);
+        }
     }
     CReplacedStream(const CReplacedStream&) = delete;
     CReplacedStream& operator=(const CReplacedStream&) = delete;

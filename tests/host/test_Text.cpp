@@ -64,11 +64,20 @@ TEST(Text, WrapFillsParagraphs) {
     EXPECT_EQ(Wrap("", 4, 80), "");
 }
 
+TEST(Text, EqualTextsHaveNoCase) {
+    EXPECT_TRUE(EqualsAnyCase("", ""));
+    EXPECT_TRUE(EqualsAnyCase("Flip_X2", "fLIP_x2"));
+    EXPECT_FALSE(EqualsAnyCase("flip", "flop"));
+    EXPECT_FALSE(EqualsAnyCase("flip", "flip_x"));
+    EXPECT_FALSE(EqualsAnyCase("flip_x", "flip"));
+    EXPECT_FALSE(EqualsAnyCase("x_flip", "flip"));
+}
+
 TEST(Text, EndingsHaveNoCase) {
-    EXPECT_TRUE(EndsWith("a.JSON", ".json"));
-    EXPECT_TRUE(EndsWith(".json", ".json"));
-    EXPECT_FALSE(EndsWith("json", ".json"));
-    EXPECT_FALSE(EndsWith("a.json2", ".json"));
+    EXPECT_TRUE(EndsWithAnyCase("a.JSON", ".json"));
+    EXPECT_TRUE(EndsWithAnyCase(".json", ".json"));
+    EXPECT_FALSE(EndsWithAnyCase("json", ".json"));
+    EXPECT_FALSE(EndsWithAnyCase("a.json2", ".json"));
 }
 
 } // namespace
