@@ -8,7 +8,7 @@ help:
 	@echo "make demo          build the programs and run them on sample pictures"
 	@echo "make docs          the documentation: build/doc/index.html"
 	@echo "make test          build everything and run every test"
-	@echo "make test-large    the tests that need 5 GiB of memory"
+	@echo "make test-large    the tests that need 4 GiB of memory"
 	@echo "make check-docs    the tests of the documentation in a browser"
 	@echo "make asan          the tests under the address and undefined-behaviour sanitizers; make asan-clang by Clang"
 	@echo "make tsan          the tests with several threads under the thread sanitizer"
@@ -35,7 +35,7 @@ demo:
 
 docs:
 	@scripts/install_packages.sh build
-	@cmake --preset release
+	@cmake --preset release -DVESSA_TESTS=OFF
 	@cmake --build --preset release --target docs
 
 test:
@@ -51,7 +51,7 @@ test-large:
 	@ctest --test-dir build --output-on-failure -L large
 
 check-docs:
-	@scripts/install_packages.sh build browser
+	@scripts/install_packages.sh build tests browser
 	@cmake --preset release -DVESSA_TESTS=ON -DVESSA_BROWSER_TESTS=ON
 	@cmake --build --preset release --target docs
 	@ctest --preset release -L browser
@@ -87,7 +87,7 @@ mutants:
 
 bench:
 	@scripts/install_packages.sh build bench
-	@cmake --preset release -DVESSA_BENCH=ON
+	@cmake --preset release -DVESSA_TESTS=OFF -DVESSA_BENCH=ON
 	@cmake --build --preset release --target bench_manipulation
 	@build/bin/bench_manipulation >build/RESULTS.md
 	@mv build/RESULTS.md bench/RESULTS.md
@@ -95,13 +95,13 @@ bench:
 
 bench-growth:
 	@scripts/install_packages.sh build bench
-	@cmake --preset release -DVESSA_BENCH=ON
+	@cmake --preset release -DVESSA_TESTS=OFF -DVESSA_BENCH=ON
 	@cmake --build --preset release --target bench_manipulation
 	@build/bin/bench_manipulation --growth
 
 bench-processes:
 	@scripts/install_packages.sh build
-	@cmake --preset release
+	@cmake --preset release -DVESSA_TESTS=OFF
 	@cmake --build --preset release --target vessa manipulation
 	@bench/processes.py build
 
@@ -134,7 +134,7 @@ format:
 	@clang-format -i $(SOURCES)
 
 tidy:
-	@scripts/install_packages.sh build checks
+	@scripts/install_packages.sh build tests checks
 	@cmake --preset release-clang
 	@run-clang-tidy -quiet -p build-clang $(FILES)
 

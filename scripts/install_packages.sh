@@ -6,8 +6,9 @@
 set -eu
 
 packages_bench="libbenchmark-dev libopencv-imgproc-dev libvips-dev pkg-config"
-packages_build="cmake g++ libcli11-dev libgtest-dev libpng-dev libtiff-dev make ninja-build nlohmann-json3-dev"
-packages_tests="bash-completion dpkg-dev fish librapidcheck-dev man-db pkg-config python3-jsonschema tidy zsh"
+packages_build="cmake g++ libcli11-dev libpng-dev libtiff-dev make ninja-build nlohmann-json3-dev"
+packages_tests="bash-completion dpkg-dev fish libgtest-dev librapidcheck-dev man-db pkg-config python3-jsonschema tidy
+    zsh"
 packages_package="dpkg-dev"
 packages_checks="clang clang-format clang-tidy libclang-rt-14-dev valgrind"
 packages_coverage="gcovr"

@@ -22,10 +22,6 @@ from PIL.TiffImagePlugin import ImageFileDirectory_v2
 
 TIFF_IMAGE_DESCRIPTION = 270
 
-# ---------------------------------------------------------------------------
-# Writing
-# ---------------------------------------------------------------------------
-
 
 def to_bytes(values):
     """Round real grey values (nominally 0 to 255) to 8-bit ones."""
@@ -45,11 +41,6 @@ def save_tiff(path, pages, compression="tiff_adobe_deflate", description=None):
         tags[TIFF_IMAGE_DESCRIPTION] = description.encode("ascii").decode("ascii")
     images[0].save(path, compression=compression, tiffinfo=tags,
                    save_all=len(images) > 1, append_images=images[1:])
-
-
-# ---------------------------------------------------------------------------
-# Drawing
-# ---------------------------------------------------------------------------
 
 
 def pixel_grid(width, height):
@@ -107,11 +98,6 @@ def blend(below, above, opacity):
     if np.ndim(opacity) < np.ndim(below):
         opacity = opacity[..., None]
     return below + (above - below) * opacity
-
-
-# ---------------------------------------------------------------------------
-# particles.png, labels.tif, mask.png
-# ---------------------------------------------------------------------------
 
 
 @dataclass
@@ -240,11 +226,6 @@ def make_particles(width=360, height=270):
     return to_bytes(picture), labels, particles
 
 
-# ---------------------------------------------------------------------------
-# workpiece.png, workpiece_mask.png
-# ---------------------------------------------------------------------------
-
-
 def make_workpiece(width=400, height=320, angle=23.0):
     """A brushed oblong plate with holes, turned counter-clockwise."""
     rng = np.random.default_rng(23)
@@ -293,11 +274,6 @@ def make_workpiece(width=400, height=320, angle=23.0):
     picture = blend(table, metal, coverage(distance, 1.4))
     picture = picture + rng.standard_normal(x.shape) * 2.2
     return to_bytes(picture), distance > 0
-
-
-# ---------------------------------------------------------------------------
-# colour.png
-# ---------------------------------------------------------------------------
 
 
 def make_colour(width=320, height=240, spacing=25.0):
@@ -376,11 +352,6 @@ def make_colour(width=320, height=240, spacing=25.0):
     return to_bytes(picture)
 
 
-# ---------------------------------------------------------------------------
-# volume.tif
-# ---------------------------------------------------------------------------
-
-
 def make_volume(width=64, height=48, pages=12):
     """Ellipsoids in a medium that brightens along all axes, as slices."""
     rng = np.random.default_rng(12)
@@ -401,11 +372,6 @@ def make_volume(width=64, height=48, pages=12):
         volume = blend(volume, inside, coverage((1 - radius) * min(axes), 0.9))
     volume = volume + rng.standard_normal(volume.shape) * 4
     return to_bytes(volume)
-
-
-# ---------------------------------------------------------------------------
-# ring.png
-# ---------------------------------------------------------------------------
 
 
 def make_ring(size=256, teeth=36, balls=12):
@@ -469,11 +435,6 @@ def make_ring(size=256, teeth=36, balls=12):
     return to_bytes(picture)
 
 
-# ---------------------------------------------------------------------------
-# table.tif
-# ---------------------------------------------------------------------------
-
-
 def make_table(labels):
     """Features of some particles, with repeated rows and columns.
 
@@ -508,11 +469,6 @@ def make_table(labels):
     return np.array(values, np.float32), text
 
 
-# ---------------------------------------------------------------------------
-# shift_x.npy, shift_y.npy, map.npy, palette.png
-# ---------------------------------------------------------------------------
-
-
 def make_shift(width=360, height=270):
     """Displacements in x and y of a few pixels, like seen through water."""
     x, y = pixel_grid(width, height)
@@ -537,11 +493,6 @@ def make_palette():
     """Sixteen colours in one row, the first one (the background) black."""
     return np.array([list(bytes.fromhex(colour)) for colour in PALETTE],
                     np.uint8)[None]
-
-
-# ---------------------------------------------------------------------------
-# size_classes.png
-# ---------------------------------------------------------------------------
 
 
 def make_size_classes(limits=(1, 100, 200, 400, 800, 1600), count=4096):
