@@ -199,6 +199,7 @@ TEST(Append, Rounds32BitsToTheNearestFloat) {
 
 TEST(Append, Rounds64BitsTwiceWhereTheTopBitIsSet) {
     const std::vector<std::uint64_t> in{
+        0U,
         16777217U,
         9223372036854775807U,  // 2^63 - 1
         9223372036854775808U,  // 2^63
@@ -207,7 +208,7 @@ TEST(Append, Rounds64BitsTwiceWhereTheTopBitIsSet) {
         18446744073709551615U, // 2^64 - 1
         18446743523953737728U, // 2^64 - 2^39: a tie
     };
-    const std::vector<float> expected{0x1p24F, 0x1p63F, 0x1p63F, 0x1p63F, 0x1.000002p63F, 0x1p64F, 0x1p64F};
+    const std::vector<float> expected{0.0F, 0x1p24F, 0x1p63F, 0x1p63F, 0x1p63F, 0x1.000002p63F, 0x1p64F, 0x1p64F};
     for (const int slot : {0, 1}) {
         CNodeUnderTest node("Append");
         node.Set("upcast", true).Set("along", "X");

@@ -105,8 +105,8 @@ void WriteRows(const T* in, const StExtents& extents, std::int64_t y, std::int64
     if constexpr (std::is_same_v<T, R>) {
         CopyElementRows(in, extents.width, out, stride, extents.width, end - first);
     } else {
-        for (std::int64_t row = first; row < end; ++row, in += extents.width, out += stride) {
-            ConvertElements(in, out, extents.width);
+        for (std::int64_t row = 0; row < end - first; ++row) {
+            ConvertElements(in + extents.width * row, out + stride * row, extents.width);
         }
     }
 }

@@ -45,30 +45,37 @@ output image. By default it is set to \a 1, i.e. output image equals
 input image.
 )";
 
-/// Writes `count` copies of each of some short blocks of bytes one behind the other. The start of a block's output
-/// serves as the pattern once it holds more copies than the input does: it grows with each copy, while that stays in
-/// the nearest cache.
+/// Writes `count` copies of each block of bytes one behind the other, for blocks that follow one another in the input.
+/// The start of a block's output serves as the pattern once it holds more copies than the input does: it grows with
+/// each copy, while that stays in the nearest cache.
 void RepeatShortBlocks(const std::uint8_t* in, std::int64_t length, std::int64_t blocks, std::uint8_t* out,
                        std::int64_t count) {
     constexpr std::int64_t enough = 8192;
     const std::int64_t total = length * count;
-    CopyElementRows(in, length, out, total, length, blocks);
-    std::int64_t pattern = length;
-    for (std::int64_t written = length; written < total;) {
-        const std::int64_t step = std::min(pattern, total - written);
-        CopyElementRows(out, total, out + written, total, step, blocks);
-        written += step;
-        pattern = pattern < enough ? written : pattern;
+    const std::int64_t step = RowsOfPage<std::uint8_t>(total);
+    for (std::int64_t block = 0; block < blocks; block += step) {
+        const std::int64_t rows = std::min(step, blocks - block);
+        std::uint8_t* copies = out + block * total;
+        CopyElementRows(in + block * length, length, copies, total, length, rows);
+        std::int64_t pattern = length;
+        for (std::int64_t written = length; written < total;) {
+            const std::int64_t width = std::min(pattern, total - written);
+            CopyElementRows(copies, total, copies + written, total, width, rows);
+            written += width;
+            pattern = pattern < enough ? written : pattern;
+        }
     }
 }
 
-/// The same for a long block, in pieces, each of which is read from memory for the first copy and from the cache for
-/// the others.
-void RepeatLongBlock(const std::uint8_t* in, std::int64_t length, std::uint8_t* out, std::int64_t count,
-                     std::int64_t piece) {
-    for (std::int64_t first = 0; first < length; first += piece) {
-        for (std::int64_t copy = 0; copy < count; ++copy) {
-            CopyElements(in + first, out + first + copy * length, std::min(piece, length - first));
+/// The same for long blocks, in pieces, each of which is read from memory for the first copy and from the cache for the
+/// others.
+void RepeatLongBlocks(const std::uint8_t* in, std::int64_t length, std::int64_t blocks, std::uint8_t* out,
+                      std::int64_t count, std::int64_t piece) {
+    for (std::int64_t block = 0; block < blocks; ++block, in += length, out += length * count) {
+        for (std::int64_t first = 0; first < length; first += piece) {
+            for (std::int64_t copy = 0; copy < count; ++copy) {
+                CopyElements(in + first, out + first + copy * length, std::min(piece, length - first));
+            }
         }
     }
 }
@@ -86,14 +93,10 @@ void ReplicateImage(const CImage& input, EnAxis axis, std::int64_t count, CImage
     const std::int64_t piece = length <= cached / count ? 1 << 14 : 1 << 17;
     const auto* in = Elements<std::uint8_t>(input);
     auto* out = Elements<std::uint8_t>(output);
-    const std::int64_t step = length < piece ? RowsOfPage<std::uint8_t>(length * count) : 1;
-    for (std::int64_t block = 0; block < blocks; block += step) {
-        if (length < piece) {
-            RepeatShortBlocks(in + block * length, length, std::min(step, blocks - block), out + block * length * count,
-                              count);
-        } else {
-            RepeatLongBlock(in + block * length, length, out + block * length * count, count, piece);
-        }
+    if (length < piece) {
+        RepeatShortBlocks(in, length, blocks, out, count);
+    } else {
+        RepeatLongBlocks(in, length, blocks, out, count, piece);
     }
 }
 
