@@ -98,8 +98,8 @@ TEST(Rows, PlacesRowsOfAnyLength) {
 }
 
 TEST(Rows, CopiesBlocksThatAreAFewBytesFromTheSamePlaceOfAPage) {
-    for (const std::size_t shift : {0, 1, 8, 63, 64, 4095}) {
-        for (const std::size_t count : {0, 1, 511, 512, 513, 4095, 4096, 20000}) {
+    for (const std::size_t shift : {0U, 1U, 8U, 63U, 64U, 4095U}) {
+        for (const std::size_t count : {0U, 1U, 511U, 512U, 513U, 4095U, 4096U, 20000U}) {
             alignas(4096) static unsigned char in[20000];
             alignas(4096) static unsigned char out[4096 + 20000];
             const Bytes numbers = Numbered(static_cast<std::int64_t>(count));
