@@ -36,7 +36,8 @@ template <class T> void CopyElements(const T* in, T* out, std::int64_t count) {
     }
 }
 
-/// Copies rows of elements. Strides are the elements from one row to the next.
+/// Copies rows of elements. Strides are the elements from one row to the next. A single row is copied here: where a
+/// page holds no more than one, a further call for each row would be felt.
 template <class T>
 void CopyElementRows(const T* in, std::int64_t inStride, T* out, std::int64_t outStride, std::int64_t width,
                      std::int64_t rows) {

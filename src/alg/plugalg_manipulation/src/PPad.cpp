@@ -11,6 +11,7 @@
 #include "Numbers.h"
 #include "Output.h"
 #include "Parameters.h"
+#include "Wrapping.h"
 
 #include <algorithm>
 
@@ -71,9 +72,7 @@ pad, embed, enlarge, add border, add edges
 
 /// Sums up in 32 bits, which wrap: canvases that need more come out smaller or negative.
 std::int64_t PaddedExtent(std::int64_t before, std::int64_t after, std::int64_t extent) {
-    const std::uint64_t sum =
-        static_cast<std::uint64_t>(before) + static_cast<std::uint64_t>(after) + static_cast<std::uint64_t>(extent);
-    return static_cast<std::int32_t>(sum);
+    return WrappedTo32(WrappedSum(WrappedSum(before, after), extent));
 }
 
 /// How many of an axis' elements lie on the canvas, which can be smaller than the image where its extent has wrapped.

@@ -10,6 +10,7 @@
 #include "Output.h"
 #include "PolarMix.h"
 #include "RowSampling.h"
+#include "Wrapping.h"
 #include "base/VectorVariants.h"
 
 #include <bit>
@@ -327,7 +328,7 @@ CSize FoldedSize(const CSize& size) {
     if (size.x == 0) {
         return {0, 0, size.z};
     }
-    const auto side = static_cast<std::int64_t>(2 * static_cast<std::uint64_t>(size.x) - 1);
+    const std::int64_t side = WrappedDifference(WrappedSum(size.x, size.x), 1);
     return {side, side, size.z};
 }
 
